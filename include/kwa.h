@@ -1,0 +1,170 @@
+/* kwa.h: the C interface of the kwa locale library (shared library qkw4n304).
+ *
+ * Nearly every function takes a locale handle first. A failing call stores
+ * one error number in the handle's error slot, the 32-bit word that
+ * kw_ext_errno(handle) points to (the handle's first word by default), and
+ * returns its failure value. Plain C99; usable from C++. */
+#ifndef KWA_H
+#define KWA_H
+
+#include <stddef.h>
+#include <stdint.h>
+#include <stdio.h>
+
+#if defined(_WIN32)
+#define KW_CALL __cdecl
+#if defined(KWA_BUILDING_LIBRARY)
+#define KW_API
+#else
+#define KW_API __declspec(dllimport)
+#endif
+#else
+#define KW_CALL
+#define KW_API
+#endif
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* ---- Types ------------------------------------------------------------ */
+
+/* A locale handle; opaque. Its first 32-bit word is its error slot. */
+typedef struct kw_locale kw_locale;
+/* A charmap record from kw_cm_load; opaque. Its first word is its error slot. */
+typedef struct kw_charmap kw_charmap;
+/* A wide character: the bytes of a multibyte character read big-endian. */
+typedef uint32_t kw_wchar_t;
+/* Any platform hook installed with kw_setextfunc; cast to the slot's type. */
+typedef void (KW_CALL *kw_extfunc)(void);
+
+/* ---- Error numbers (stored in an error slot) -------------------------- */
+
+#define KW_EILSEQ 1        /* illegal byte sequence or unencodable value */
+#define KW_EBADPTR 2       /* a required pointer argument is null */
+#define KW_ENOMEM 3        /* an allocation failed */
+#define KW_EBADINDEX 4     /* a character index or count is negative */
+#define KW_ENOPREV 5       /* no character before the given position */
+#define KW_ENUMCONV 6      /* a multibyte-to-number conversion failed */
+#define KW_ESHORT 7        /* length below 1, input ends inside a character, bad specification */
+#define KW_ENOFILE 8       /* an object file could not be opened */
+#define KW_EINVAL 9        /* an argument is outside its domain */
+#define KW_EBADTYPE 11     /* wrong object FILE_TYPE or malformed registry number */
+#define KW_ECSMISMATCH 12  /* a locale's categories use different code sets */
+#define KW_EIO 13          /* a stream read or write failed */
+#define KW_E2BIG 14        /* the output buffer is too small */
+#define KW_EFORMAT 15      /* formatting failed; registry file missing */
+#define KW_EEOF 16         /* end of file before a whole character was read */
+#define KW_ESTREAMEND 17   /* end of file with neither indicator set */
+#define KW_ENOTLOADED 18   /* kw_copy_cat: source category not loaded */
+#define KW_ENOTEMPTY 19    /* kw_copy_cat: target category not empty */
+#define KW_EKEYLEN 21      /* serialised automaton sequences longer than 4 bytes */
+#define KW_ECALENDAR 50    /* unknown calendar name in a locale object */
+#define KW_EBADVERSION 51  /* the object's COMPILER_VERSION is not the one read */
+#define KW_ENOSYMBOL 53    /* a character symbol name is not in the charmap */
+#define KW_ELOADFAIL 55    /* a category could not be selected or read */
+#define KW_EMIXLEN 56      /* -1 mixed with an explicit length */
+#define KW_ENOCHARS 57     /* the locale's character automaton is empty */
+#define KW_ECATCODESET 58  /* a category's code set differs from CTYPE's */
+
+/* ---- Category numbers ------------------------------------------------- */
+
+#define KW_ALL 1       /* all six categories below */
+#define KW_CTYPE 2     /* classification, case, character set */
+#define KW_COLLATE 3   /* collation */
+#define KW_NUMERIC 4   /* numbers */
+#define KW_MONETARY 5  /* money */
+#define KW_TIME 6      /* dates and times */
+#define KW_MESSAGES 7  /* yes/no expressions */
+
+/* ---- External function table slots (kw_setextfunc index) -------------- */
+
+#define KW_EXT_GETENV 0     /* char *(const char *name) */
+#define KW_EXT_ERRNO 1      /* uint32_t *(void *handle): where errors are stored */
+#define KW_EXT_FCLOSE 2     /* int (FILE *) */
+#define KW_EXT_FEOF 3       /* int (FILE *): end-of-file bit, non-zero when set */
+#define KW_EXT_FERROR 4     /* int (FILE *): error bit, non-zero when set */
+#define KW_EXT_FGETC 5      /* int (FILE *) */
+#define KW_EXT_FGETS 6      /* char *(char *buf, int size, FILE *) */
+#define KW_EXT_FOPEN 7      /* FILE *(const char *path, const char *mode) */
+#define KW_EXT_FREE 8       /* void (void *) */
+#define KW_EXT_FSEEK 9      /* int (FILE *, int32_t offset, int whence) */
+#define KW_EXT_FTELL 10     /* long (FILE *) */
+#define KW_EXT_FWRITE 11    /* size_t (const void *, size_t, size_t, FILE *) */
+#define KW_EXT_GETC 12      /* int (FILE *) */
+#define KW_EXT_MALLOC 13    /* void *(size_t) */
+#define KW_EXT_UNGETC 14    /* int (int c, FILE *) */
+#define KW_EXT_PUTENV 15    /* int (char *name_equals_value) */
+#define KW_EXT_CURRDATE 16  /* int (uint16_t out[3]): month, day, year */
+#define KW_EXT_CURRTIME 17  /* int (int32_t out[12]): 0, the nine tm fields, 0, 0 */
+#define KW_EXT_SLOTS 18     /* number of slots */
+
+/* ==== Library frame ===================================================== */
+
+/* Installs `function` in slot `index` (0..17) of the process-wide table; null
+ * restores the default. Bad index: KW_EINVAL in handle's slot and -1. */
+KW_API int KW_CALL kw_setextfunc(void *handle, int index, kw_extfunc function);
+
+/* Dispatchers: call the installed hook, else the platform default. */
+KW_API char *KW_CALL kw_ext_getenv(const char *name);
+/* Address of the 32-bit error slot of `handle`; by default the handle itself. */
+KW_API uint32_t *KW_CALL kw_ext_errno(void *handle);
+KW_API int KW_CALL kw_ext_fclose(FILE *stream);
+/* End-of-file indicator as the masked bit 0x10 (not normalised to 1). */
+KW_API int KW_CALL kw_ext_feof(FILE *stream);
+/* Error indicator as the masked bit 0x20. */
+KW_API int KW_CALL kw_ext_ferror(FILE *stream);
+KW_API int KW_CALL kw_ext_fgetc(FILE *stream);
+KW_API char *KW_CALL kw_ext_fgets(char *buffer, int size, FILE *stream);
+KW_API FILE *KW_CALL kw_ext_fopen(const char *path, const char *mode);
+KW_API void KW_CALL kw_ext_free(void *pointer);
+KW_API int KW_CALL kw_ext_fseek(FILE *stream, int32_t offset, int whence);
+KW_API long KW_CALL kw_ext_ftell(FILE *stream);
+KW_API size_t KW_CALL kw_ext_fwrite(const void *buffer, size_t size, size_t count, FILE *stream);
+KW_API int KW_CALL kw_ext_getc(FILE *stream);
+KW_API void *KW_CALL kw_ext_malloc(size_t size);
+KW_API int KW_CALL kw_ext_ungetc(int character, FILE *stream);
+KW_API int KW_CALL kw_ext_putenv(char *name_equals_value);
+/* Stores the local month (1-12), day (1-31) and full year; returns 0. */
+KW_API int KW_CALL kw_ext_currdate(uint16_t *month_day_year);
+/* Stores 0, sec, min, hour, mday, mon, year-1900, wday, yday, isdst, 0, 0; returns 0. */
+KW_API int KW_CALL kw_ext_currtime(int32_t *fields);
+
+/* Releases a string that the library allocated for the caller. */
+KW_API void KW_CALL kw_destroystring(void *string);
+
+/* Version strings: library, and the charmap, locale and conversion object formats read. */
+KW_API const char *KW_CALL kw_version(void);
+KW_API const char *KW_CALL kw_cm_version(void);
+KW_API const char *KW_CALL kw_lc_version(void);
+KW_API const char *KW_CALL kw_cv_version(void);
+
+/* ==== Object file streams =============================================== */
+/* @@frame-streams@@ */
+
+/* ==== Code-set names and registry ======================================= */
+/* @@registry@@ */
+
+/* ==== Locale specifications and file names ============================== */
+/* @@specs@@ */
+
+/* ==== Charmap objects ==================================================== */
+/* @@charmap@@ */
+
+/* ==== Character codec ==================================================== */
+/* @@codec@@ */
+
+/* ==== Character symbols ================================================== */
+/* @@symbols@@ */
+
+/* ==== Locale handles, creation and selection ============================ */
+/* @@locale@@ */
+
+/* ==== Locale information ================================================= */
+/* @@info@@ */
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif /* KWA_H */

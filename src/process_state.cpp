@@ -1,0 +1,15 @@
+// Test-only reset of every piece of process-wide state.
+#include "process_state.h"
+
+#include "frame/diag.h"
+#include "frame/hooks.h"
+
+namespace kw {
+
+void reset_process_state_for_tests() noexcept {
+  // Each subsystem with process-wide state resets it here.
+  frame::reset_hooks_for_tests();
+  frame::reset_diag_for_tests();
+}
+
+}  // namespace kw
