@@ -141,12 +141,92 @@ KW_API const char *KW_CALL kw_cv_version(void);
 
 /* ==== Object file streams =============================================== */
 /* @@frame-streams@@ */
+/* Stream wrappers: each forwards to its kw_ext_* dispatcher and adds nothing. */
+KW_API FILE *KW_CALL kw_fopen(const char *path, const char *mode);
+/* End-of-file indicator as the masked bit 0x10. */
+KW_API int KW_CALL kw_feof(FILE *stream);
+/* Error indicator as the masked bit 0x20. */
+KW_API int KW_CALL kw_ferror(FILE *stream);
+KW_API int KW_CALL kw_fseek(FILE *stream, int32_t offset, int whence);
+KW_API long KW_CALL kw_ftell(FILE *stream);
+KW_API int KW_CALL kw_fclose(FILE *stream);
 
 /* ==== Code-set names and registry ======================================= */
 /* @@registry@@ */
+/* Code-set number meaning "unknown"; every failed name lookup returns it. */
+#define KW_CODESET_UNKNOWN 0xE000
+/* Number of code-set `name` (case folded, cut to 21 characters) via cache, built-in table or the
+ * registry file (null: "registry" on the search path); else KW_CODESET_UNKNOWN, error 7, 11 or 15. */
+KW_API uint16_t KW_CALL kw_cs_name2cs_num(void *handle, const char *name, const char *registry);
+/* Reads the registry file into the process-wide cache; 0, or -1 with KW_EFORMAT (no file),
+ * KW_ENOMEM or KW_EBADTYPE, after which lookups use the built-in table only. */
+KW_API int KW_CALL kw_cache_registry(void *handle, const char *registry);
+/* Frees the registry cache and switches the built-in table off; returns 0. */
+KW_API int KW_CALL kw_free_registry_cache(void);
 
 /* ==== Locale specifications and file names ============================== */
 /* @@specs@@ */
+/* Locale specifications: "ll_TT.codeset[@mod]" or composite "KW_CTYPE = spec ; KW_TIME = spec".
+ * Failures store KW_ESHORT (bad specification) unless a code-set lookup failed with its own error;
+ * a null required pointer stores KW_EBADPTR and a result longer than its buffer KW_E2BIG.
+ * A null or empty directory adds no directory part; otherwise it is the directory, byte 0xFF.
+ * Output sizes in bytes, terminator included: */
+#define KW_LC_FNAME_SIZE 1024 /* file names from kw_lc_spec2lc_fname, kw_cs_nums2cv_fname */
+#define KW_LC_DNAME_SIZE 11   /* message directory name from kw_lc_spec2msg_dname */
+#define KW_LC_SHORT_SIZE 17   /* short form "en_US.65535@abcd" */
+#define KW_LC_LONG_SIZE 33    /* long form "en_US." + 21-character code-set name + "@abcd" */
+#define KW_LC_LANG_SIZE 6     /* language piece "en_US" */
+#define KW_LC_CSNUM_SIZE 6    /* code-set piece "65535" */
+#define KW_LC_MOD_SIZE 5      /* modifier piece "abcd" */
+/* Locale object file name (en_us/0333.lco) of a simple spec; for a composite, the same text with
+ * each spec replaced by directory, byte 0xFF and its file name. `fname`: KW_LC_FNAME_SIZE. 0 or -1. */
+KW_API int KW_CALL kw_lc_spec2lc_fname(void *handle, const char *spec, char *fname,
+                                       const char *registry, const char *directory);
+/* Code-set number of a composite spec (all entries equal, each followed by " ; "), a simple spec
+ * or a bare code-set name; KW_CODESET_UNKNOWN on failure. */
+KW_API uint16_t KW_CALL kw_lc_spec2cs_num(void *handle, const char *spec, const char *registry);
+/* Message directory name: first 10 bytes of the file name (of the KW_MESSAGES entry of a
+ * composite), e.g. en_us/0333; `dname`: KW_LC_DNAME_SIZE. 0 or -1. */
+KW_API int KW_CALL kw_lc_spec2msg_dname(void *handle, const char *spec, char *dname,
+                                        const char *registry, const char *directory);
+/* Conversion object file name: [directory 0xFF] + both numbers as 4 hex digits + ".cvo"
+ * (033301b5.cvo); `fname`: KW_LC_FNAME_SIZE. 0, or -1 with KW_E2BIG. */
+KW_API int KW_CALL kw_cs_nums2cv_fname(void *handle, uint16_t first, uint16_t second, char *fname,
+                                       const char *directory);
+/* Joins "ll_TT", a code-set piece of 1-5 hex-digit characters and an optional modifier (first 4
+ * characters) into "ll_TT.cs@mod"; `spec`: KW_LC_SHORT_SIZE. 0 or -1 (error only with a handle). */
+KW_API int KW_CALL kw_lc_pieces2lc_spec(void *handle, const char *language, const char *codeset,
+                                        const char *modifier, char *spec);
+/* Splits en_us/0333mod.lco into "en_US", "819", "mod" (sizes KW_LC_LANG_SIZE, KW_LC_CSNUM_SIZE,
+ * KW_LC_MOD_SIZE). 0 or -1; no separator at byte 6 is -1 with no error; errors only with a handle. */
+KW_API int KW_CALL kw_lc_fname2lc_pieces(void *handle, const char *fname, char *language,
+                                         char *codeset, char *modifier);
+/* Normal short form of a simple spec, through its file name and pieces: EN_us.8859-1 gives
+ * en_US.819; `norm`: KW_LC_SHORT_SIZE. 0 or -1. */
+KW_API int KW_CALL kw_lc_short_spec2lc_short_norm(void *handle, const char *spec, char *norm,
+                                                  const char *registry);
+/* Short spec of a locale object file name ll_tt/hhhh[@]mod.lco, after any directory part ending
+ * in 0xFF: en_us/0333euro.lco gives en_US.819@euro. 0, or -1 with KW_EFORMAT for other names. */
+KW_API int KW_CALL kw_lc_fname2lc_spec(void *handle, const char *fname, char *spec, size_t size);
+/* Normal form: a simple spec as kw_lc_spec2lc_short; a composite one entry by entry, in category
+ * order KW_CTYPE..KW_MESSAGES, joined by " ; " with no trailing " ; ". 0 or -1. */
+KW_API int KW_CALL kw_lc_spec2lc_norm(void *handle, const char *spec, char *norm, size_t size,
+                                      const char *registry);
+/* Long form of a simple spec: ll_TT.<name>[@mod], name being the first in search order (file or
+ * cache order, else built-in order; "c" and "posix" skipped) mapping to its number, else the number. */
+KW_API int KW_CALL kw_lc_short2lc_long(void *handle, const char *spec, char *long_spec, size_t size,
+                                       const char *registry);
+/* Short form of a simple spec, short or long: ll_TT.<decimal number>[@mod]
+ * (en_US.ISO-8859-1 gives en_US.819). 0 or -1. */
+KW_API int KW_CALL kw_lc_spec2lc_short(void *handle, const char *spec, char *short_spec, size_t size,
+                                       const char *registry);
+/* 1 when `text` is a simple or composite spec by syntax alone (code-set names not looked up,
+ * trailing " ; " allowed), else 0; never stores an error. */
+KW_API int KW_CALL kw_is_lc_spec(void *handle, const char *text);
+/* Copies the simple spec that a composite `spec` gives for `category` (2..7), or all of a simple
+ * spec (any category 1..7). 0, or -1 with KW_EINVAL (category), KW_ESHORT (bad or absent). */
+KW_API int KW_CALL kw_lc_spec2category(void *handle, const char *spec, int category, char *out,
+                                       size_t size);
 
 /* ==== Charmap objects ==================================================== */
 /* @@charmap@@ */

@@ -3,11 +3,13 @@
 
 #include "frame/diag.h"
 #include "frame/hooks.h"
+#include "locale/registry.h"
 
 namespace kw {
 
 void reset_process_state_for_tests() noexcept {
   // Each subsystem with process-wide state resets it here.
+  locale::reset_registry_for_tests();  // frees through the hooks, so before they go
   frame::reset_hooks_for_tests();
   frame::reset_diag_for_tests();
 }

@@ -52,8 +52,12 @@ KW_EXPORT int KW_CALL kw_setextfunc(void* handle, int index, kw_extfunc function
   return 0;
 }
 
+// The defaults treat a null stream, buffer or name as a failed call instead
+// of passing it on to the C library, which would crash. Hooks get every
+// argument unchanged.
 KW_EXPORT char* KW_CALL kw_ext_getenv(const char* name) {
   if (auto f = hook<char*(KW_CALL*)(const char*)>(KW_EXT_GETENV)) return f(name);
+  if (name == nullptr) return nullptr;
   return kw::platform::env_get(name);
 }
 
@@ -64,6 +68,7 @@ KW_EXPORT std::uint32_t* KW_CALL kw_ext_errno(void* handle) {
 
 KW_EXPORT int KW_CALL kw_ext_fclose(FILE* stream) {
   if (auto f = hook<int(KW_CALL*)(FILE*)>(KW_EXT_FCLOSE)) return f(stream);
+  if (stream == nullptr) return EOF;
   return std::fclose(stream);
 }
 
@@ -74,26 +79,29 @@ inline constexpr int kErrorBit = 0x20;
 
 KW_EXPORT int KW_CALL kw_ext_feof(FILE* stream) {
   if (auto f = hook<int(KW_CALL*)(FILE*)>(KW_EXT_FEOF)) return f(stream);
-  return std::feof(stream) != 0 ? kEofBit : 0;
+  return stream != nullptr && std::feof(stream) != 0 ? kEofBit : 0;
 }
 
 KW_EXPORT int KW_CALL kw_ext_ferror(FILE* stream) {
   if (auto f = hook<int(KW_CALL*)(FILE*)>(KW_EXT_FERROR)) return f(stream);
-  return std::ferror(stream) != 0 ? kErrorBit : 0;
+  return stream != nullptr && std::ferror(stream) != 0 ? kErrorBit : 0;
 }
 
 KW_EXPORT int KW_CALL kw_ext_fgetc(FILE* stream) {
   if (auto f = hook<int(KW_CALL*)(FILE*)>(KW_EXT_FGETC)) return f(stream);
+  if (stream == nullptr) return EOF;
   return std::fgetc(stream);
 }
 
 KW_EXPORT char* KW_CALL kw_ext_fgets(char* buffer, int size, FILE* stream) {
   if (auto f = hook<char*(KW_CALL*)(char*, int, FILE*)>(KW_EXT_FGETS)) return f(buffer, size, stream);
+  if (buffer == nullptr || size <= 0 || stream == nullptr) return nullptr;
   return std::fgets(buffer, size, stream);
 }
 
 KW_EXPORT FILE* KW_CALL kw_ext_fopen(const char* path, const char* mode) {
   if (auto f = hook<FILE*(KW_CALL*)(const char*, const char*)>(KW_EXT_FOPEN)) return f(path, mode);
+  if (path == nullptr || mode == nullptr) return nullptr;
   return std::fopen(path, mode);
 }
 
@@ -104,11 +112,13 @@ KW_EXPORT void KW_CALL kw_ext_free(void* pointer) {
 
 KW_EXPORT int KW_CALL kw_ext_fseek(FILE* stream, std::int32_t offset, int whence) {
   if (auto f = hook<int(KW_CALL*)(FILE*, std::int32_t, int)>(KW_EXT_FSEEK)) return f(stream, offset, whence);
+  if (stream == nullptr) return -1;
   return std::fseek(stream, offset, whence);
 }
 
 KW_EXPORT long KW_CALL kw_ext_ftell(FILE* stream) {
   if (auto f = hook<long(KW_CALL*)(FILE*)>(KW_EXT_FTELL)) return f(stream);
+  if (stream == nullptr) return -1;
   return std::ftell(stream);
 }
 
@@ -116,11 +126,13 @@ KW_EXPORT std::size_t KW_CALL kw_ext_fwrite(const void* buffer, std::size_t size
                                             FILE* stream) {
   if (auto f = hook<std::size_t(KW_CALL*)(const void*, std::size_t, std::size_t, FILE*)>(KW_EXT_FWRITE))
     return f(buffer, size, count, stream);
+  if (buffer == nullptr || stream == nullptr) return 0;
   return std::fwrite(buffer, size, count, stream);
 }
 
 KW_EXPORT int KW_CALL kw_ext_getc(FILE* stream) {
   if (auto f = hook<int(KW_CALL*)(FILE*)>(KW_EXT_GETC)) return f(stream);
+  if (stream == nullptr) return EOF;
   return std::getc(stream);
 }
 
@@ -131,16 +143,19 @@ KW_EXPORT void* KW_CALL kw_ext_malloc(std::size_t size) {
 
 KW_EXPORT int KW_CALL kw_ext_ungetc(int character, FILE* stream) {
   if (auto f = hook<int(KW_CALL*)(int, FILE*)>(KW_EXT_UNGETC)) return f(character, stream);
+  if (stream == nullptr) return EOF;
   return std::ungetc(character, stream);
 }
 
 KW_EXPORT int KW_CALL kw_ext_putenv(char* name_equals_value) {
   if (auto f = hook<int(KW_CALL*)(char*)>(KW_EXT_PUTENV)) return f(name_equals_value);
+  if (name_equals_value == nullptr) return -1;
   return kw::platform::env_put(name_equals_value);
 }
 
 KW_EXPORT int KW_CALL kw_ext_currdate(std::uint16_t* month_day_year) {
   if (auto f = hook<int(KW_CALL*)(std::uint16_t*)>(KW_EXT_CURRDATE)) return f(month_day_year);
+  if (month_day_year == nullptr) return 0;
   std::tm tm{};
   if (!kw::platform::local_now(&tm)) tm = std::tm{};
   month_day_year[0] = static_cast<std::uint16_t>(tm.tm_mon + 1);
@@ -151,6 +166,7 @@ KW_EXPORT int KW_CALL kw_ext_currdate(std::uint16_t* month_day_year) {
 
 KW_EXPORT int KW_CALL kw_ext_currtime(std::int32_t* fields) {
   if (auto f = hook<int(KW_CALL*)(std::int32_t*)>(KW_EXT_CURRTIME)) return f(fields);
+  if (fields == nullptr) return 0;
   std::tm tm{};
   if (!kw::platform::local_now(&tm)) tm = std::tm{};
   const int broken_down[9] = {tm.tm_sec, tm.tm_min,  tm.tm_hour, tm.tm_mday, tm.tm_mon,

@@ -1,10 +1,13 @@
 // Shared test helpers.
 #include "test_support.h"
 
+#include <unistd.h>
+
 #include <cstdlib>
 #include <new>
 #include <unordered_set>
 
+#include "frame/platform.h"
 #include "process_state.h"
 
 namespace kw::testing {
@@ -58,10 +61,16 @@ std::size_t CountingAllocator::calls() { return g_calls; }
 
 void KwTest::SetUp() {
   kw::reset_process_state_for_tests();
+  // Diagnostics never reach the real log or settings file from a test.
+  kw::platform::set_paths_for_tests(scratch_log_path().c_str(), "");
   slot_ = 0;
 }
 
 void KwTest::TearDown() { kw::reset_process_state_for_tests(); }
+
+std::string scratch_log_path() {
+  return ::testing::TempDir() + "kwa-test-" + std::to_string(static_cast<long>(getpid())) + ".log";
+}
 
 std::string test_data_dir() {
   const char* d = std::getenv("KWA_TEST_DATA");

@@ -1,0 +1,6 @@
+# Code-set names, the registry and locale specifications.
+target_sources(kwa_core PRIVATE
+  ${CMAKE_CURRENT_LIST_DIR}/registry.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/registry_api.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/spec.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/spec_api.cpp)
