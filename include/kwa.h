@@ -230,12 +230,132 @@ KW_API int KW_CALL kw_lc_spec2category(void *handle, const char *spec, int categ
 
 /* ==== Charmap objects ==================================================== */
 /* @@charmap@@ */
+/* Loads the charmap object of code set or locale `name` (`length` bytes, -1 up
+ * to its terminator) from `directory`, or along the object search path when
+ * null. Stores a record in *result even on failure: 0, or -1 with the reason
+ * in the record's error slot (a static record for KW_ENOMEM/KW_ENOFILE). */
+KW_API int KW_CALL kw_cm_load(kw_charmap **result, const char *name, int length, const char *directory);
+/* Releases a record from kw_cm_load; null and the static records are ignored. */
+KW_API void KW_CALL kw_cm_unload(kw_charmap *charmap);
+/* The SOURCE_VERSION and COMPILER_VERSION numbers of the charmap object. */
+KW_API int32_t KW_CALL kw_cm_srcver(kw_charmap *charmap);
+KW_API int32_t KW_CALL kw_cm_cmpver(kw_charmap *charmap);
+/* The code-set name (CODESET=, at most 21 characters) inside the record. */
+KW_API const char *KW_CALL kw_cm_csname(kw_charmap *charmap);
+/* Bytes of the longest (0 when empty) and shortest (4 when empty) character. */
+KW_API int32_t KW_CALL kw_mb_cm_max(kw_charmap *charmap);
+KW_API int32_t KW_CALL kw_mb_cm_min(kw_charmap *charmap);
+/* Bytes of the character at s (a zero byte is an ordinary character); null s
+ * gives 0; -1 with KW_ESHORT (length below 1, truncated) or KW_EILSEQ. */
+KW_API int32_t KW_CALL kw_cm_mblen(kw_charmap *charmap, const char *s, int length);
 
 /* ==== Character codec ==================================================== */
 /* @@codec@@ */
+/* Multibyte strings end in kw_mb_loc_min zero bytes (the terminator). "full"
+ * functions serve any code set, "is" single-byte ones, "im" multibyte ones;
+ * qrt_ forms take byte lengths where -1 means "up to the terminator". */
+
+/* Decodes the character at s (at most length bytes; -1: the string) into *wc.
+ * Returns its byte count, 0 for NUL or null s, -1 (KW_ESHORT, KW_EILSEQ). */
+KW_API int KW_CALL qrt_kw_full_mbtowc(kw_locale *h, kw_wchar_t *wc, const char *s, int length);
+/* The same without the -1 convention: a length below 1 is KW_ESHORT. */
+KW_API int KW_CALL kw_full_mbtowc(kw_locale *h, kw_wchar_t *wc, const char *s, int length);
+/* Byte count of the character at s (0 for NUL or null s; length -1: the
+ * string), -1 with KW_ESHORT or KW_EILSEQ. */
+KW_API int KW_CALL kw_full_mblen(kw_locale *h, const char *s, int length);
+/* The same, but the NUL character gives its byte count; no -1 convention. */
+KW_API int KW_CALL qrt_kw_full_mblen(kw_locale *h, const char *s, int length);
+/* Encodes value into out (room for 4 bytes) through the automaton: at least
+ * kw_mb_loc_min bytes. Returns the byte count, or -1 with KW_EILSEQ. */
+KW_API int KW_CALL kw_full_wctomb(kw_locale *h, char *out, kw_wchar_t value);
+/* Bytes of value's encoding: 1 in single-byte code sets; -1 with KW_EILSEQ. */
+KW_API int KW_CALL kw_wclen(kw_locale *h, kw_wchar_t value);
+/* Pointer past the character at s; null with KW_EILSEQ (KW_EBADPTR for null s). */
+KW_API char *KW_CALL kw_full_mbsnext(kw_locale *h, const char *s);
+/* The same reading at most length bytes: null with KW_ESHORT when length is
+ * below 1 or the character is longer. */
+KW_API char *KW_CALL qrt_kw_full_mbsnext(kw_locale *h, const char *s, int length);
+/* Start of the character that ends at position; null with KW_ENOPREV when
+ * position is not after start, or with the decoding error. */
+KW_API char *KW_CALL kw_full_mbsprev(kw_locale *h, const char *start, const char *position);
+/* Bytes of s with its terminator; 0 for null s or a decoding error. */
+KW_API unsigned KW_CALL kw_mbsbytes(kw_locale *h, const char *s);
+/* Characters before the NUL character (automaton walk); -1 on a decoding error. */
+KW_API int KW_CALL kw_im_mbslen(kw_locale *h, const char *s);
+/* Characters in the first length bytes (-1: up to the terminator); a
+ * character running past them is KW_EILSEQ. */
+KW_API int KW_CALL qrt_kw_im_mbfslen(kw_locale *h, const char *s, int length);
+/* Values before the 0 value of a wide string (0 for null). */
+KW_API int KW_CALL kw_wcslen(const kw_wchar_t *ws);
+/* Bytes of a wide string with its 0 value: (kw_wcslen + 1) * 4. */
+KW_API int KW_CALL kw_wcsbytes(const kw_wchar_t *ws);
+/* Writes the terminator (kw_mb_loc_min zero bytes) to out; returns its length. */
+KW_API int KW_CALL kw_mbsterm(kw_locale *h, char *out);
+/* The terminator's length when s starts with it, else 0. */
+KW_API int KW_CALL kw_ismbsterm(kw_locale *h, const char *s);
+/* Decodes at most count characters of s (length bytes, -1: terminated) into
+ * out (null: count only; slots after those stored may be zeroed). Returns the
+ * values before the stored 0 (-1 form) or the values stored; -1, KW_EILSEQ. */
+KW_API int KW_CALL qrt_kw_im_mbfstowcfs(kw_locale *h, kw_wchar_t *out, const char *s, int length, int count);
+/* The same for a terminated string. */
+KW_API int KW_CALL kw_im_mbstowcs(kw_locale *h, kw_wchar_t *out, const char *s, int count);
+/* Single-byte form: copies at most count bytes to values; with length -1
+ * stops after copying a 0 byte. */
+KW_API void KW_CALL qrt_kw_is_mbfstowcfs(kw_locale *h, kw_wchar_t *out, const char *s, int length, int count);
+KW_API void KW_CALL kw_is_mbstowcs(kw_locale *h, kw_wchar_t *out, const char *s, int count);
+/* Encodes wide values (wlength, -1: up to 0) into at most room bytes (those
+ * after the written ones may be zeroed), stopping before a character that does
+ * not fit; the -1 form adds the terminator when it fits (not counted).
+ * Returns the bytes written, -1 with KW_EILSEQ. */
+KW_API int KW_CALL qrt_kw_full_wcstombs(kw_locale *h, char *out, const kw_wchar_t *ws, int wlength, int room);
+KW_API int KW_CALL kw_full_wcstombs(kw_locale *h, char *out, const kw_wchar_t *ws, int room);
+/* Single-byte form: a value above 255 is KW_EILSEQ. */
+KW_API int KW_CALL qrt_kw_is_wcstombs(kw_locale *h, char *out, const kw_wchar_t *ws, int wlength, int room);
+KW_API int KW_CALL kw_is_wcstombs(kw_locale *h, char *out, const kw_wchar_t *ws, int room);
+/* Pointer to character number index of s (0: s itself; the string's length:
+ * its terminator); null with KW_EBADINDEX (negative or past the end), KW_EBADPTR. */
+KW_API char *KW_CALL kw_full_getmbsi(kw_locale *h, const char *s, int index);
+/* Replaces character number index of s by the one character at `character`
+ * (at the terminator: appends it) and returns s. The caller's buffer must
+ * have room for the longer string; the tail is moved to fit. */
+KW_API char *KW_CALL kw_full_putmbsi(kw_locale *h, char *s, int index, const char *character);
+/* Characters (bytes) of s without its trailing run of blank, non-control
+ * characters; -1 on error (KW_EBADPTR, decoding errors, KW_EINVAL length). */
+KW_API int KW_CALL kw_mbsntslen(kw_locale *h, const char *s);
+KW_API int KW_CALL qrt_kw_mbsntslen(kw_locale *h, const char *s, int length);
+KW_API int KW_CALL kw_mbsntsbytes(kw_locale *h, const char *s);
+KW_API int KW_CALL qrt_kw_mbsntsbytes(kw_locale *h, const char *s, int length);
+/* Values of ws without its trailing run of space, non-control values; a
+ * length below -1 is KW_EINVAL. */
+KW_API int KW_CALL kw_wcsntslen(kw_locale *h, const kw_wchar_t *ws);
+KW_API int KW_CALL qrt_kw_wcsntslen(kw_locale *h, const kw_wchar_t *ws, int length);
+/* Writes the terminator over the trailing blank run of s and returns where;
+ * null when there is no such run (nothing written). */
+KW_API char *KW_CALL kw_mbsntstrunc(kw_locale *h, char *s);
+/* Writes 0 over the trailing run of space values of ws (controls included). */
+KW_API void KW_CALL kw_wcsntstrunc(kw_locale *h, kw_wchar_t *ws);
 
 /* ==== Character symbols ================================================== */
 /* @@symbols@@ */
+/* Symbol names are written <name>. A range character's name is the range's
+ * prefix and its number (decimal, or upper-case hexadecimal, zero-padded to
+ * the range's width): <U3400>, <j0101>. Errors go to the charmap's slot:
+ * KW_E2BIG (output too small), KW_ENOSYMBOL (no such name / character without
+ * one), KW_EILSEQ, KW_EBADPTR (null pointer), KW_EINVAL (bad length or text). */
+
+/* Writes the first symbol name of each character of mbs (length bytes, -1: up
+ * to the terminator) into out (size bytes, terminated); returns its length. */
+KW_API int KW_CALL kw_mbstosyms(kw_charmap *charmap, char *out, int size, const char *mbs, int length);
+/* The same for wide values (length values, -1: up to the 0 value). */
+KW_API int KW_CALL kw_wcstosyms(kw_charmap *charmap, char *out, int size, const kw_wchar_t *wcs, int length);
+/* Turns a text of <name> symbols (blanks between them allowed) into bytes and
+ * the charmap's terminator; returns the bytes before the terminator. */
+KW_API int KW_CALL kw_symstombs(kw_charmap *charmap, char *out, int size, const char *syms);
+/* The same into wide values (count values, room for the 0 included). */
+KW_API int KW_CALL kw_symstowcs(kw_charmap *charmap, kw_wchar_t *out, int count, const char *syms);
+/* Writes every symbol name of the character at mb (at most length bytes, -1:
+ * up to 4) as <a><b>..., range names included; returns the number of names. */
+KW_API int KW_CALL kw_mbtosymlist(kw_charmap *charmap, char *out, int size, const char *mb, int length);
 
 /* ==== Locale handles, creation and selection ============================ */
 /* @@locale@@ */

@@ -1,8 +1,213 @@
 // Charmap automaton: creation, insertion, wide lookup and release.
 #include "codeset/automaton.h"
 
+#include <cstring>
+
+#include "frame/mem.h"
+
 namespace kw::codeset {
 
 const std::uint8_t kZeroTable[256] = {};
+
+namespace {
+
+// Largest per-character data accepted; data tables are 256 slots of the
+// rounded-up size, so this bounds one table at 1 MiB.
+constexpr std::uint32_t kMaxDataSize = 4096;
+
+constexpr std::uint32_t shift_for(std::uint32_t size) noexcept {
+  std::uint32_t shift = 0;
+  while ((1u << shift) < size) ++shift;
+  return shift;
+}
+static_assert(shift_for(1) == 0 && shift_for(2) == 1 && shift_for(3) == 2 && shift_for(4) == 2 &&
+              shift_for(5) == 3 && shift_for(0) == 0);
+
+// Children arrays grow in powers of two, so the capacity of an array holding
+// `n` pointers is the smallest power of two >= n (0 for none). A node needs a
+// larger array exactly when `n` is 0 or itself a power of two.
+constexpr bool children_full(std::uint32_t n) noexcept { return (n & (n - 1)) == 0; }
+static_assert(children_full(0) && children_full(1) && children_full(2) && !children_full(3) &&
+              children_full(4) && !children_full(255) && children_full(256));
+
+// Makes the node's class table its own (writable) block.
+bool own_class(Automaton& a, Node& node) noexcept {
+  if (node.cls != kZeroTable) return true;
+  std::uint8_t* t = alloc_zeroed<std::uint8_t>(256);
+  if (t == nullptr) return false;
+  node.cls = t;
+  node.class_no = -1;
+  ++a.n_class_tables;
+  return true;
+}
+
+bool own_index(Automaton& a, Node& node) noexcept {
+  if (node.index != kZeroTable) return true;
+  std::uint8_t* t = alloc_zeroed<std::uint8_t>(256);
+  if (t == nullptr) return false;
+  node.index = t;
+  ++a.n_index_maps;
+  return true;
+}
+
+// Makes sure the node has room for one more child pointer.
+bool reserve_child(Node& node) noexcept {
+  const std::uint32_t n = node.next_child;
+  if (!children_full(n)) return true;
+  const std::uint32_t cap = n == 0 ? 1 : n * 2;
+  Node** p = alloc_array<Node*>(cap);
+  if (p == nullptr) return false;
+  if (n != 0) std::memcpy(static_cast<void*>(p), node.children, n * sizeof(Node*));
+  kw_mem_free(node.children);
+  node.children = p;
+  return true;
+}
+
+// Gives the node a data table with every slot set to the default data.
+bool own_data(Automaton& a, Node& node) noexcept {
+  if (node.data != nullptr) return true;
+  const std::size_t slot = std::size_t{1} << a.data_shift;
+  std::uint8_t* t = alloc_zeroed<std::uint8_t>(256 * slot);
+  if (t == nullptr) return false;
+  if (a.default_data != nullptr) {
+    for (std::size_t b = 0; b < 256; ++b) std::memcpy(t + b * slot, a.default_data, a.data_size);
+  }
+  node.data = t;
+  node.data_no = -1;
+  ++a.n_data_tables;
+  return true;
+}
+
+void release_node(Node* node, bool shared) noexcept {
+  for (std::uint32_t i = 0; i < node->next_child; ++i) release_node(node->children[i], shared);
+  if (node->class_no < 0) {
+    if (node->cls != kZeroTable) kw_mem_free(const_cast<std::uint8_t*>(node->cls));
+    if (node->index != kZeroTable) kw_mem_free(const_cast<std::uint8_t*>(node->index));
+  }
+  if (node->data_no < 0) kw_mem_free(node->data);
+  if (shared) return;  // the node and its children array live in shared_nodes
+  kw_mem_free(node->children);
+  kw_mem_free(node);
+}
+
+}  // namespace
+
+void node_init(Node& node) noexcept {
+  node.next_child = 0;
+  node.class_no = -1;
+  node.data_no = -1;
+  node.cls = kZeroTable;
+  node.index = kZeroTable;
+  node.data = nullptr;
+  node.children = nullptr;
+}
+
+Node* node_create() noexcept {
+  Node* node = alloc_array<Node>(1);
+  if (node != nullptr) node_init(*node);
+  return node;
+}
+
+Result<Automaton*> automaton_create_empty(std::uint32_t data_size, const void* default_data) noexcept {
+  if (data_size > kMaxDataSize) return Err::Inval;
+  Automaton* a = alloc_array<Automaton>(1);
+  if (a == nullptr) return Err::NoMem;
+  std::memset(static_cast<void*>(a), 0, sizeof *a);
+  a->data_size = data_size;
+  a->longest = 0;
+  a->shortest = kMaxSequence;
+  a->flags = kMarkComplete;
+  a->data_shift = shift_for(data_size);
+  if (data_size != 0) {
+    a->default_data = alloc_zeroed<std::uint8_t>(data_size);
+    if (a->default_data == nullptr) {
+      kw_mem_free(a);
+      return Err::NoMem;
+    }
+    if (default_data != nullptr) std::memcpy(a->default_data, default_data, data_size);
+  }
+  return a;
+}
+
+Result<Automaton*> automaton_create(std::uint32_t data_size, const void* default_data) noexcept {
+  Result<Automaton*> r = automaton_create_empty(data_size, default_data);
+  if (!r) return r;
+  Automaton* a = *r;
+  a->root = node_create();
+  if (a->root == nullptr) {
+    automaton_release(a);
+    return Err::NoMem;
+  }
+  return a;
+}
+
+void automaton_release(Automaton* a) noexcept {
+  if (a == nullptr) return;
+  const bool shared = (a->flags & kSharedTables) != 0;
+  if (a->root != nullptr) release_node(a->root, shared);
+  kw_mem_free(a->shared_nodes);
+  kw_mem_free(a->shared_classes);
+  kw_mem_free(a->shared_data);
+  kw_mem_free(a->default_data);
+  kw_mem_free(a);
+}
+
+Err automaton_insert(Automaton& a, const std::uint8_t* seq, std::size_t n, const void* data) noexcept {
+  if (n < 1 || n > kMaxSequence || seq == nullptr || a.root == nullptr) return Err::BadType;
+  if ((a.flags & kSharedTables) != 0) return Err::BadType;
+  Node* node = a.root;
+  // Every step first makes all allocations it needs and only then links the
+  // new pieces, so a failed allocation leaves a consistent automaton (extra
+  // zero tables are owned by their nodes and released with them).
+  for (std::size_t i = 0; i + 1 < n; ++i) {
+    const std::uint8_t b = seq[i];
+    const std::uint8_t c = node->cls[b];
+    if (c == kMore) {
+      node = node->children[node->index[b]];
+      continue;
+    }
+    if (c != kIllegal) return Err::BadType;  // a complete character is a prefix of seq
+    if (node->next_child >= 256) return Err::BadType;
+    if (!own_class(a, *node) || !own_index(a, *node) || !reserve_child(*node)) return Err::NoMem;
+    Node* child = node_create();
+    if (child == nullptr) return Err::NoMem;
+    const std::uint32_t k = node->next_child++;
+    node->children[k] = child;
+    const_cast<std::uint8_t*>(node->index)[b] = static_cast<std::uint8_t>(k);
+    const_cast<std::uint8_t*>(node->cls)[b] = kMore;
+    node = child;
+  }
+  const std::uint8_t last = seq[n - 1];
+  const std::uint8_t c = node->cls[last];
+  if (c == kMore) return Err::BadType;  // seq is a prefix of longer characters
+  if ((a.flags & kMarkComplete) != 0 && !own_class(a, *node)) return Err::NoMem;
+  if (data != nullptr && a.data_size != 0) {
+    if (!own_data(a, *node)) return Err::NoMem;
+    std::memcpy(node->data + (static_cast<std::size_t>(last) << a.data_shift), data, a.data_size);
+  }
+  if ((a.flags & kMarkComplete) != 0) const_cast<std::uint8_t*>(node->cls)[last] = kComplete;
+  const auto len = static_cast<std::uint32_t>(n);
+  if (len > a.longest) a.longest = len;
+  if (len < a.shortest) a.shortest = len;
+  return Err::None;
+}
+
+Match automaton_lookup_wide(const Automaton& a, std::uint32_t v, std::uint8_t* out) noexcept {
+  const std::uint32_t n = wide_length(a, v);
+  if (n < 1 || n > kMaxSequence || a.root == nullptr) return Match{0, 0, nullptr, 0, Err::Ilseq};
+  const Node* node = a.root;
+  for (std::uint32_t i = 0; i < n; ++i) {
+    const auto b = static_cast<std::uint8_t>(v >> (8 * (n - 1 - i)));
+    const std::uint8_t c = node->cls[b];
+    out[i] = b;
+    if (i + 1 == n) {
+      if (c != kComplete) break;
+      return Match{n, v, node, b, Err::None};
+    }
+    if (c != kMore) break;
+    node = node->children[node->index[b]];
+  }
+  return Match{0, 0, nullptr, 0, Err::Ilseq};
+}
 
 }  // namespace kw::codeset

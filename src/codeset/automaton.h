@@ -64,14 +64,34 @@ Result<Automaton*> automaton_create(std::uint32_t data_size, const void* default
 
 // Releases the automaton and every table it owns; null is ignored. Shared
 // storage (kSharedTables) is released block by block, not node by node.
+// Ownership rules: a node's class table and index map are its own blocks when
+// class_no < 0 and they are not kZeroTable; its data table is its own block
+// when data_no < 0 and it is not null. Without kSharedTables every node and
+// its children array are single blocks too; with kSharedTables the nodes and
+// their children arrays live in shared_nodes and are not released one by one.
 void automaton_release(Automaton* a) noexcept;
+
+// For loaders that build the node graph themselves (the compact form):
+// an automaton like automaton_create's but without a root node (root null;
+// the caller sets root, flags and the shared blocks). Err::Inval when
+// data_size is above 4096, Err::NoMem on allocation failure.
+Result<Automaton*> automaton_create_empty(std::uint32_t data_size, const void* default_data) noexcept;
+
+// Sets `node` to an empty node: no children, own (-1) table numbers, class
+// table and index map kZeroTable, no data.
+void node_init(Node& node) noexcept;
+
+// Allocates one empty node (node_init) through kw_mem_alloc; null on failure.
+Node* node_create() noexcept;
 
 // Inserts the character `seq` of `n` bytes (1..4). With kMarkComplete the last
 // byte becomes kComplete, the others kMore. `data` (data_size bytes, may be
 // null: no data) is stored in the character's slot. Updates longest/shortest.
-// Err::NoMem on allocation failure; Err::BadType when n is outside 1..4 or the
-// sequence conflicts with an existing one (a prefix of, or extending, a
-// complete character).
+// Err::NoMem on allocation failure (the automaton stays usable and holds no
+// half-linked node); Err::BadType when n is outside 1..4, the automaton uses
+// shared tables, or the sequence conflicts with an existing one (a prefix of,
+// or extending, a complete character). Inserting a character again only
+// replaces its data (when given).
 Err automaton_insert(Automaton& a, const std::uint8_t* seq, std::size_t n, const void* data) noexcept;
 
 // The outcome of recognising one character.
@@ -85,8 +105,12 @@ struct Match {
 
 // Recognises the character at `s`, reading at most `limit` bytes (limit >= 1).
 // Touches the class table and index map of one node per byte; allocates nothing.
-inline Match automaton_walk(const Automaton& a, const std::uint8_t* s, std::size_t limit) noexcept {
-  const Node* node = a.root;
+inline Match automaton_walk(const Automaton& a, const std::uint8_t* s, std::size_t limit) noexcept;
+
+// The same walk starting at `node` instead of the root (the value then holds
+// only the bytes read from `s`). Used by decoders that recognise the first
+// bytes themselves.
+inline Match node_walk(const Node* node, const std::uint8_t* s, std::size_t limit) noexcept {
   std::uint8_t b = s[0];
   std::uint32_t value = b;
   std::uint8_t c = node->cls[b];
@@ -100,6 +124,10 @@ inline Match automaton_walk(const Automaton& a, const std::uint8_t* s, std::size
   }
   if (c != kComplete) return Match{0, 0, nullptr, 0, Err::Ilseq};
   return Match{static_cast<std::uint32_t>(used), value, node, b, Err::None};
+}
+
+inline Match automaton_walk(const Automaton& a, const std::uint8_t* s, std::size_t limit) noexcept {
+  return node_walk(a.root, s, limit);
 }
 
 // The data of the character that ends with byte `last` in `node`: its slot,

@@ -1,0 +1,593 @@
+// The character codec's core: decoding loops, encoding, measures and the
+// trailing-space runs shared by the exported families.
+#include "codeset/codec_core.h"
+
+#include <climits>
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
+
+#include "frame/hooks.h"
+
+namespace kw::codeset {
+
+std::uint16_t wide_class(const CodecView& v, std::uint32_t value, bool& known) noexcept {
+  known = false;
+  if (v.single_byte != 0) {
+    if (value > 0xFF) return 0;
+    known = true;
+    return v.sb_class != nullptr ? v.sb_class[value] : 0;
+  }
+  if (!usable(v)) return 0;
+  std::uint8_t scratch[kMaxSequence];
+  const Match m = automaton_lookup_wide(*v.automaton, value, scratch);
+  if (m.err != Err::None) return 0;
+  known = true;
+  return class_of(v, m);
+}
+
+std::size_t mbs_bytes(const CodecView& v, const std::uint8_t* s, Err& err) noexcept {
+  err = Err::None;
+  if (v.single_byte != 0) return std::strlen(reinterpret_cast<const char*>(s)) + 1;
+  std::size_t total = 0;
+  for (;;) {
+    const Match m = automaton_walk(*v.automaton, s + total, kNoLimit);
+    if (m.err != Err::None) {
+      err = m.err;
+      return 0;
+    }
+    if (m.value == 0) return total + term_length(v);
+    total += m.len;
+  }
+}
+
+Result<std::size_t> resolve_length(const CodecView& v, const std::uint8_t* s, int length) noexcept {
+  if (length == -1) {
+    Err err;
+    const std::size_t bytes = mbs_bytes(v, s, err);
+    if (err != Err::None) return err;
+    const std::size_t term = term_length(v);
+    if (bytes <= term) return Err::Short;
+    return bytes - term;
+  }
+  if (length < 1) return Err::Short;
+  return static_cast<std::size_t>(length);
+}
+
+Result<int> encode(const CodecView& v, std::uint32_t value, std::uint8_t* out) noexcept {
+  if (!usable(v)) return Err::Ilseq;
+  const Match m = automaton_lookup_wide(*v.automaton, value, out);
+  if (m.err != Err::None) return Err::Ilseq;
+  return static_cast<int>(m.len);
+}
+
+Result<int> im_mbslen(const CodecView& v, const std::uint8_t* s) noexcept {
+  if (!usable(v)) return Err::Ilseq;
+  const Automaton& a = *v.automaton;
+  int n = 0;
+  for (;;) {
+    const Match m = automaton_walk(a, s, kNoLimit);
+    if (m.err != Err::None) return m.err;
+    if (m.value == 0) return n;
+    ++n;
+    s += m.len;
+  }
+}
+
+Result<int> im_mbfslen(const CodecView& v, const std::uint8_t* s, int length) noexcept {
+  if (length == -1) return im_mbslen(v, s);
+  if (length < -1) return Err::Inval;
+  if (!usable(v)) return Err::Ilseq;
+  const Automaton& a = *v.automaton;
+  auto left = static_cast<std::size_t>(length);
+  int n = 0;
+  while (left > 0) {
+    const Match m = automaton_walk(a, s, left);
+    // A character running past the end of the counted bytes is illegal here.
+    if (m.err != Err::None) return Err::Ilseq;
+    ++n;
+    s += m.len;
+    left -= m.len;
+  }
+  return n;
+}
+
+namespace {
+
+// ASCII runs. When the bytes 0x01..0x7F are all one-byte characters of the
+// code set (true of nearly every code set with one-byte characters), runs of
+// them are decoded eight bytes at a time: the length of the run comes from
+// bit operations on one 64-bit word instead of a branch per byte, which
+// keeps mixed text (words of ASCII between multibyte characters) free of
+// branch mispredictions at every change of script.
+
+constexpr std::uint8_t kCompleteRun[127] = {
+#define KW_C4 kComplete, kComplete, kComplete, kComplete
+#define KW_C16 KW_C4, KW_C4, KW_C4, KW_C4
+    KW_C16, KW_C16, KW_C16, KW_C16, KW_C16, KW_C16, KW_C16, KW_C4, KW_C4, KW_C4, kComplete, kComplete, kComplete
+#undef KW_C16
+#undef KW_C4
+};
+static_assert(sizeof kCompleteRun == 127);
+
+bool ascii_at_root(const Automaton& a) noexcept {
+  return a.shortest == 1 && std::memcmp(a.root->cls + 1, kCompleteRun, sizeof kCompleteRun) == 0;
+}
+
+constexpr bool kLittleEndian = __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__;
+
+// Leading bytes of `w` (first byte lowest) that are non-zero and below 0x80.
+// Leading bytes of `w` below 0x80 (zero bytes included).
+constexpr unsigned ascii7_prefix(std::uint64_t w) noexcept {
+  const std::uint64_t stop = w & 0x8080808080808080u;
+  return stop == 0 ? 8 : static_cast<unsigned>(__builtin_ctzll(stop)) / 8;
+}
+static_assert(ascii7_prefix(0x4100414141A14141u) == 2 && ascii7_prefix(0) == 8);
+
+constexpr unsigned ascii_prefix(std::uint64_t w) noexcept {
+  constexpr std::uint64_t kOnes = 0x0101010101010101u;
+  constexpr std::uint64_t kHigh = 0x8080808080808080u;
+  // A byte's high bit is set in w - kOnes | w when the byte is 0 or above
+  // 0x7F. Borrows only come from zero bytes, so the lowest flagged byte is
+  // exact (flags above the first zero byte may be spurious).
+  const std::uint64_t stop = ((w - kOnes) | w) & kHigh;
+  return stop == 0 ? 8 : static_cast<unsigned>(__builtin_ctzll(stop)) / 8;
+}
+static_assert(ascii_prefix(0x4141414141414141u) == 8);
+static_assert(ascii_prefix(0x4141414141A14141u) == 2);
+static_assert(ascii_prefix(0x4141414100414141u) == 3);
+static_assert(ascii_prefix(0x00000000000000A4u) == 0);
+static_assert(ascii_prefix(0x0100000000000041u) == 1);
+
+std::uint64_t load8(const std::uint8_t* s) noexcept {
+  std::uint64_t w;
+  std::memcpy(&w, s, sizeof w);
+  return w;
+}
+
+// Eight bytes from `s` of a terminated string whose end is not known. Away
+// from the end of a page they are the eight bytes at `s`; near it, the bytes
+// from `s` to the end of its aligned 8-byte word (the rest zero). Either way
+// no page boundary is crossed (pages are at least 4096 bytes), so the read
+// is safe wherever the byte at `s` is. Bytes past the terminator are read
+// but come after a zero byte and never reach the output. `avail` receives
+// the number of real bytes in the result.
+__attribute__((no_sanitize_address)) std::uint64_t load_to_word_end(const std::uint8_t* s,
+                                                                    unsigned& avail) noexcept {
+  const auto addr = reinterpret_cast<std::uintptr_t>(s);
+  // __builtin_memcpy of a fixed 8 bytes is expanded in place, so the
+  // address sanitizer does not see it as a library call.
+  std::uint64_t w;
+  if ((addr & 4095u) <= 4096u - 8u) {
+    __builtin_memcpy(&w, s, sizeof w);
+    avail = 8;
+    return w;
+  }
+  const unsigned skip = static_cast<unsigned>(addr & 7u);
+  __builtin_memcpy(&w, s - skip, sizeof w);
+  avail = 8 - skip;
+  return w >> (8 * skip);
+}
+
+// Stores the 8 bytes of `w` as 8 wide values.
+inline void widen8(kw_wchar_t* out, std::uint64_t w) noexcept {
+#if defined(__SSE2__)
+  const __m128i zero = _mm_setzero_si128();
+  const __m128i w16 = _mm_unpacklo_epi8(_mm_cvtsi64_si128(static_cast<long long>(w)), zero);
+  _mm_storeu_si128(reinterpret_cast<__m128i*>(out), _mm_unpacklo_epi16(w16, zero));
+  _mm_storeu_si128(reinterpret_cast<__m128i*>(out + 4), _mm_unpackhi_epi16(w16, zero));
+#else
+  for (unsigned k = 0; k < 8; ++k) out[k] = static_cast<kw_wchar_t>((w >> (8 * k)) & 0xFF);
+#endif
+}
+
+// A character of four bytes (or an error) whose first two bytes at `s`
+// lead to `node` (the second byte's node): its length and value, or 0. Kept
+// out of line so that the loop around the shorter cases stays small.
+[[gnu::noinline]] std::uint32_t long_character(const Node* node, const std::uint8_t* s, std::size_t left,
+                                               std::uint32_t& value) noexcept {
+  const Match m = node_walk(node, s + 1, left - 1);
+  if (m.err != Err::None) return 0;
+  value = (std::uint32_t{s[0]} << (8 * m.len)) | m.value;
+  return 1 + m.len;
+}
+
+// The decoding loop of the multibyte form. Characters of up to three bytes
+// are recognised inline with the root's tables held in registers; longer
+// ones continue with the general walk from the node reached. `Terminated`: stop
+// after storing the 0 value (the end is not known); otherwise stop at `end`.
+// `Ascii`: bytes 0x01..0x7F are one-byte characters; runs of them go eight
+// at a time (the eight output slots are written even when the run is
+// shorter: the extra ones get 0 and are overwritten by later characters, or
+// lie past the values returned but within `count`). `Nul7`: counted input
+// whose NUL character is one byte (zero bytes may then join a run).
+template <bool Terminated, bool Store, bool Ascii, bool Nul7>
+Result<int> decode_loop(const Automaton& a, kw_wchar_t* out, const std::uint8_t* s, const std::uint8_t* end,
+                        int count) noexcept {
+  const Node* const root = a.root;
+  const std::uint8_t* const rcls = root->cls;
+  const std::uint8_t* const rindex = root->index;
+  Node* const* const rchildren = root->children;
+  int i = 0;
+  // Decodes one character at `s` (at most `left` bytes) into `value`.
+  auto one = [&](std::size_t left, std::uint32_t& value) noexcept -> Err {
+    const std::uint8_t b = s[0];
+    const std::uint8_t c = rcls[b];
+    if (c == kComplete) {
+      value = b;
+      s += 1;
+      return Err::None;
+    }
+    if (c != kMore || left < 2) return Err::Ilseq;
+    const Node* node = rchildren[rindex[b]];
+    const std::uint8_t b2 = s[1];
+    const std::uint8_t c2 = node->cls[b2];
+    if (__builtin_expect(c2 == kComplete, 1)) {
+      value = (std::uint32_t{b} << 8) | b2;
+      s += 2;
+      return Err::None;
+    }
+    if (c2 != kMore || left < 3) return Err::Ilseq;
+    const std::uint8_t b3 = s[2];
+    if (node->children[node->index[b2]]->cls[b3] == kComplete) {
+      value = (std::uint32_t{b} << 16) | (std::uint32_t{b2} << 8) | b3;
+      s += 3;
+      return Err::None;
+    }
+    const std::uint32_t len = long_character(node, s, left, value);
+    if (len == 0) return Err::Ilseq;
+    s += len;
+    return Err::None;
+  };
+  if constexpr (Ascii) {
+    // Main loop: room for a whole run of eight and one character after it,
+    // so no bound is tested inside. A run shorter than eight ends at a byte
+    // that is not ASCII (or a zero byte, which is the terminator or, when
+    // the NUL character is not one byte, not a character by itself).
+    while (count - i > 8 && (Terminated || end - s >= 8 + static_cast<long>(kMaxSequence))) {
+      // Entered on an ASCII byte only: the run length comes from a chain of
+      // dependent operations that runs of multibyte characters need not
+      // wait for.
+      if (s[0] < 0x80) {
+        unsigned avail = 8;
+        const std::uint64_t w = Terminated ? load_to_word_end(s, avail) : load8(s);
+        // Counted input takes zero bytes as characters when the NUL
+        // character is one byte: the run then only stops at a high bit.
+        const unsigned n = Nul7 ? ascii7_prefix(w) : ascii_prefix(w);
+        // The slots past the run get zeros, not the bytes that follow it.
+        if constexpr (Store) widen8(out + i, n == 8 ? w : w & ((std::uint64_t{1} << (8 * n)) - 1));
+        i += static_cast<int>(n);
+        s += n;
+        if (n == avail) continue;  // the run goes on in the next word
+      }
+      std::uint32_t value = 0;
+      if (Err e = one(Terminated ? kNoLimit : kMaxSequence, value); e != Err::None) return e;
+      if constexpr (Store) out[i] = value;
+      if (Terminated && value == 0) return i;
+      ++i;
+    }
+  }
+  while (i < count) {
+    if (!Terminated && s >= end) break;
+    std::uint32_t value = 0;
+    if (Err e = one(Terminated ? kNoLimit : static_cast<std::size_t>(end - s), value); e != Err::None) return e;
+    if constexpr (Store) out[i] = value;
+    if (Terminated && value == 0) return i;
+    ++i;
+  }
+  return i;
+}
+
+template <bool Terminated>
+Result<int> decode_dispatch(const Automaton& a, kw_wchar_t* out, const std::uint8_t* s, const std::uint8_t* end,
+                            int count) noexcept {
+  // The ASCII check costs one comparison of 127 bytes: worth it only for
+  // longer requests. Zero bytes may join a run only in counted input whose
+  // NUL character is one byte.
+  const bool ascii = kLittleEndian && count >= 16 && ascii_at_root(a);
+  const bool nul7 = !Terminated && a.root->cls[0] == kComplete;
+  if (out == nullptr) {
+    if (!ascii) return decode_loop<Terminated, false, false, false>(a, out, s, end, count);
+    return nul7 ? decode_loop<Terminated, false, true, true>(a, out, s, end, count)
+                : decode_loop<Terminated, false, true, false>(a, out, s, end, count);
+  }
+  if (!ascii) return decode_loop<Terminated, true, false, false>(a, out, s, end, count);
+  return nul7 ? decode_loop<Terminated, true, true, true>(a, out, s, end, count)
+              : decode_loop<Terminated, true, true, false>(a, out, s, end, count);
+}
+
+}  // namespace
+
+Result<int> im_mbfstowcfs_core(const CodecView& v, kw_wchar_t* out, const std::uint8_t* s, int length,
+                               int count) noexcept {
+  if (length < -1 || count < 0) return Err::Inval;
+  if (!usable(v)) return Err::Ilseq;
+  if (length == -1) return decode_dispatch<true>(*v.automaton, out, s, nullptr, count);
+  return decode_dispatch<false>(*v.automaton, out, s, s + length, count);
+}
+
+int is_mbfstowcfs_core(kw_wchar_t* out, const std::uint8_t* s, int length, int count) noexcept {
+  int i = 0;
+  if (length == -1) {
+    for (; i < count; ++i) {
+      const std::uint8_t b = s[i];
+      if (out != nullptr) out[i] = b;
+      if (b == 0) return i;
+    }
+    return i;
+  }
+  const int n = length < count ? length : count;
+  for (; i < n; ++i) {
+    if (out != nullptr) out[i] = s[i];
+  }
+  return i < 0 ? 0 : i;
+}
+
+namespace {
+
+// Leading values among the eight at `ws` that are 1..0x7F, and their low
+// bytes packed into `bytes` (first value lowest).
+inline unsigned ascii_values8(const kw_wchar_t* ws, std::uint64_t& bytes) noexcept {
+#if defined(__SSE2__)
+  const __m128i v0 = _mm_loadu_si128(reinterpret_cast<const __m128i*>(ws));
+  const __m128i v1 = _mm_loadu_si128(reinterpret_cast<const __m128i*>(ws + 4));
+  const __m128i zero = _mm_setzero_si128();
+  const __m128i limit = _mm_set1_epi32(0x80);
+  // Signed compares: values from 0x80000000 up are negative and fail v > 0.
+  const __m128i ok0 = _mm_and_si128(_mm_cmpgt_epi32(v0, zero), _mm_cmpgt_epi32(limit, v0));
+  const __m128i ok1 = _mm_and_si128(_mm_cmpgt_epi32(v1, zero), _mm_cmpgt_epi32(limit, v1));
+  const __m128i ok = _mm_packs_epi16(_mm_packs_epi32(ok0, ok1), zero);
+  const unsigned mask = static_cast<unsigned>(_mm_movemask_epi8(ok)) & 0xFFu;
+  const __m128i packed = _mm_packus_epi16(_mm_packs_epi32(v0, v1), zero);
+  bytes = static_cast<std::uint64_t>(_mm_cvtsi128_si64(packed));
+  return static_cast<unsigned>(__builtin_ctz(~mask));
+#else
+  unsigned n = 0;
+  bytes = 0;
+  while (n < 8 && ws[n] >= 1 && ws[n] <= 0x7F) {
+    bytes |= static_cast<std::uint64_t>(ws[n]) << (8 * n);
+    ++n;
+  }
+  return n;
+#endif
+}
+
+// Whether the 32 bytes at `p` may be read: the string's current value is
+// there and they do not cross a page.
+inline bool block_readable(const kw_wchar_t* p) noexcept {
+  return (reinterpret_cast<std::uintptr_t>(p) & 4095u) <= 4096u - 32u;
+}
+
+// The same for a terminated string whose end is not known: the 32 bytes are
+// copied here (the read may pass the 0 value; block_readable keeps it inside
+// the page) and examined from the copy.
+__attribute__((no_sanitize_address)) inline unsigned ascii_values8_unbounded(const kw_wchar_t* ws,
+                                                                            std::uint64_t& bytes) noexcept {
+  // In fixed 8-byte pieces, which the compiler expands in place (a library
+  // memcpy call would be checked by the address sanitizer).
+  kw_wchar_t copy[8];
+  for (unsigned k = 0; k < 8; k += 2) __builtin_memcpy(copy + k, ws + k, 8);
+  return ascii_values8(copy, bytes);
+}
+
+// Encodes one value of `n` bytes (n from wide_length) through the automaton.
+inline bool encode_value(const Node* node, std::uint32_t value, std::uint32_t n, std::uint8_t* out) noexcept {
+  for (std::uint32_t k = n; k-- > 1;) {
+    const auto b = static_cast<std::uint8_t>(value >> (8 * k));
+    if (node->cls[b] != kMore) return false;
+    *out++ = b;
+    node = node->children[node->index[b]];
+  }
+  const auto b = static_cast<std::uint8_t>(value);
+  if (node->cls[b] != kComplete) return false;
+  *out = b;
+  return true;
+}
+
+// The multibyte encoding loop. `Ascii`: values 1..0x7F are one-byte
+// characters; runs of them are encoded eight at a time (eight output bytes
+// are written when room allows, the extra ones overwritten later or left
+// past the count returned).
+template <bool Terminated, bool Ascii>
+Result<int> encode_loop(const Automaton& a, std::uint8_t* out, const kw_wchar_t* ws, int wlength, int room,
+                        std::uint32_t term) noexcept {
+  const Node* const root = a.root;
+  const std::uint8_t* const rcls = root->cls;
+  const std::uint8_t* const rindex = root->index;
+  Node* const* const rchildren = root->children;
+  Automaton lengths{};  // the shortest length, copied out of reach of the stores
+  lengths.shortest = a.shortest;
+  int written = 0;
+  int i = 0;
+  const bool two_byte_values = a.shortest <= 2;
+  for (;;) {
+    if (!Terminated && i >= wlength) return written;
+    const std::uint32_t value = ws[i];
+    // Values 0x100..0xFFFF take two bytes wherever the shortest character
+    // has at most two: tested first, in one comparison.
+    if (two_byte_values && value - 0x100 < 0xFF00) {
+      if (room - written < 2) return written;
+      const auto b0 = static_cast<std::uint8_t>(value >> 8);
+      const auto b1 = static_cast<std::uint8_t>(value);
+      if (rcls[b0] != kMore || rchildren[rindex[b0]]->cls[b1] != kComplete) return Err::Ilseq;
+      const std::uint8_t pair[2] = {b0, b1};
+      std::memcpy(out + written, pair, 2);
+      written += 2;
+      ++i;
+      continue;
+    }
+    if constexpr (Ascii) {
+      // Entered on an ASCII value only: the run length comes from a long
+      // dependency chain that multibyte runs need not wait for.
+      if (value - 1 < 0x7F && room - written >= 8 && (Terminated ? block_readable(ws + i) : wlength - i >= 8)) {
+        std::uint64_t bytes;
+        const unsigned n = Terminated ? ascii_values8_unbounded(ws + i, bytes) : ascii_values8(ws + i, bytes);
+        bytes = n == 8 ? bytes : bytes & ((std::uint64_t{1} << (8 * n)) - 1);
+        std::memcpy(out + written, &bytes, 8);
+        written += static_cast<int>(n);
+        i += static_cast<int>(n);
+        continue;
+      }
+    }
+    if (Terminated && value == 0) {
+      // The terminator is written when it fits and is not counted.
+      if (static_cast<std::uint32_t>(room - written) >= term) std::memset(out + written, 0, term);
+      return written;
+    }
+    const std::uint32_t n = wide_length(lengths, value);
+    if (n > static_cast<std::uint32_t>(room - written)) return written;
+    if (n == 3) {
+      // Inline, with the root's tables held in locals: byte stores to `out`
+      // could otherwise alias them and force reloads.
+      const auto b0 = static_cast<std::uint8_t>(value >> 16);
+      const auto b1 = static_cast<std::uint8_t>(value >> 8);
+      const auto b2 = static_cast<std::uint8_t>(value);
+      if (rcls[b0] != kMore) return Err::Ilseq;
+      const Node* n1 = rchildren[rindex[b0]];
+      if (n1->cls[b1] != kMore || n1->children[n1->index[b1]]->cls[b2] != kComplete) return Err::Ilseq;
+      const std::uint8_t triple[3] = {b0, b1, b2};
+      std::memcpy(out + written, triple, 3);
+    } else if (n == 1) {
+      if (rcls[value & 0xFF] != kComplete) return Err::Ilseq;
+      out[written] = static_cast<std::uint8_t>(value);
+    } else if (!encode_value(root, value, n, out + written)) {
+      return Err::Ilseq;
+    }
+    written += static_cast<int>(n);
+    ++i;
+  }
+}
+
+}  // namespace
+
+Result<int> wcstombs_core(const CodecView& v, std::uint8_t* out, const kw_wchar_t* ws, int wlength, int room,
+                          bool is_form) noexcept {
+  if (wlength < -1 || room < 0) return Err::Inval;
+  if (is_form || v.single_byte != 0) {
+    // Single-byte: each value is its byte (the is form refuses values above
+    // 255; the full form keeps the low byte).
+    int written = 0;
+    for (int i = 0;; ++i) {
+      if (wlength != -1 && i >= wlength) return written;
+      const std::uint32_t value = ws[i];
+      if (wlength == -1 && value == 0) {
+        if (written < room) out[written] = 0;
+        return written;
+      }
+      if (is_form && value > 0xFF) return Err::Ilseq;
+      if (written >= room) return written;
+      out[written++] = static_cast<std::uint8_t>(value);
+    }
+  }
+  if (!usable(v)) return Err::Ilseq;
+  const Automaton& a = *v.automaton;
+  const std::uint32_t term = term_length(v);
+  const bool ascii = kLittleEndian && room >= 16 && ascii_at_root(a);
+  if (wlength == -1) {
+    return ascii ? encode_loop<true, true>(a, out, ws, wlength, room, term)
+                 : encode_loop<true, false>(a, out, ws, wlength, room, term);
+  }
+  return ascii ? encode_loop<false, true>(a, out, ws, wlength, room, term)
+               : encode_loop<false, false>(a, out, ws, wlength, room, term);
+}
+
+Result<const std::uint8_t*> getmbsi(const CodecView& v, const std::uint8_t* s, int index) noexcept {
+  if (index < 0) return Err::BadIndex;
+  if (v.single_byte != 0) {
+    const std::size_t n = std::strlen(reinterpret_cast<const char*>(s));
+    if (static_cast<std::size_t>(index) > n) return Err::BadIndex;
+    return s + index;
+  }
+  if (!usable(v)) return Err::Ilseq;
+  for (int i = 0; i < index; ++i) {
+    const Match m = automaton_walk(*v.automaton, s, kNoLimit);
+    if (m.err != Err::None) return m.err;
+    if (m.value == 0) return Err::BadIndex;  // the string ends before that character
+    s += m.len;
+  }
+  return s;
+}
+
+Result<TrailingRun> mbs_trailing_run(const CodecView& v, const std::uint8_t* s, int length) noexcept {
+  if (length < -1) return Err::Inval;
+  if (v.single_byte == 0 && !usable(v)) return Err::Ilseq;
+  TrailingRun r{0, 0, nullptr};
+  int pending_chars = 0;
+  int pending_bytes = 0;
+  const std::uint8_t* p = s;
+  std::size_t left = length == -1 ? kNoLimit : static_cast<std::size_t>(length);
+  while (length == -1 || left > 0) {
+    const Match m = decode_one(v, p, length == -1 ? kNoLimit : left);
+    if (m.err != Err::None) return m.err;
+    if (length == -1 && m.value == 0) break;
+    const std::uint16_t c = class_of(v, m);
+    if ((c & kClassBlank) != 0 && (c & kClassCntrl) == 0) {
+      if (pending_chars == 0) r.run = p;
+      ++pending_chars;
+      pending_bytes += static_cast<int>(m.len);
+    } else {
+      r.chars += pending_chars + 1;
+      r.bytes += pending_bytes + static_cast<int>(m.len);
+      pending_chars = pending_bytes = 0;
+      r.run = nullptr;
+    }
+    p += m.len;
+    if (length != -1) left -= m.len;
+  }
+  return r;
+}
+
+Result<TrailingRun> wcs_trailing_run(const CodecView& v, const kw_wchar_t* s, int length, bool exclude_cntrl,
+                                     bool& above_byte) noexcept {
+  above_byte = false;
+  if (length < -1) return Err::Inval;
+  TrailingRun r{0, 0, nullptr};
+  int pending = 0;
+  for (int i = 0; length == -1 || i < length; ++i) {
+    const std::uint32_t value = s[i];
+    if (length == -1 && value == 0) break;
+    bool known = false;
+    const std::uint16_t c = wide_class(v, value, known);
+    if (!known && v.single_byte != 0) above_byte = true;
+    const bool in_run = known && (c & kClassSpace) != 0 && (!exclude_cntrl || (c & kClassCntrl) == 0);
+    if (in_run) {
+      if (pending == 0) r.run = s + i;
+      ++pending;
+    } else {
+      r.chars += pending + 1;
+      pending = 0;
+      r.run = nullptr;
+    }
+  }
+  r.bytes = r.chars * static_cast<int>(sizeof(kw_wchar_t));
+  return r;
+}
+
+int im_mbfstowcfs(kw_locale* h, kw_wchar_t* out, const char* s, int length, int count) noexcept {
+  if (h == nullptr) return -1;
+  if (s == nullptr) {
+    frame::store_error(h, Err::BadPtr);
+    return -1;
+  }
+  const Result<int> r = im_mbfstowcfs_core(view(h), out, reinterpret_cast<const std::uint8_t*>(s), length, count);
+  if (!r) {
+    frame::store_error(h, r.error());
+    return -1;
+  }
+  return *r;
+}
+
+int is_mbfstowcfs(kw_locale* h, kw_wchar_t* out, const char* s, int length, int count) noexcept {
+  if (h == nullptr) return -1;
+  if (s == nullptr) {
+    frame::store_error(h, Err::BadPtr);
+    return -1;
+  }
+  if (length < -1 || count < 0) {
+    frame::store_error(h, Err::Inval);
+    return -1;
+  }
+  return is_mbfstowcfs_core(out, reinterpret_cast<const std::uint8_t*>(s), length, count);
+}
+
+}  // namespace kw::codeset
