@@ -359,9 +359,80 @@ KW_API int KW_CALL kw_mbtosymlist(kw_charmap *charmap, char *out, int size, cons
 
 /* ==== Locale handles, creation and selection ============================ */
 /* @@locale@@ */
+/* Makes a null locale (no category loaded) in *result; 0, or -1 with the
+ * out-of-memory handle (error KW_ENOMEM) stored in *result. */
+KW_API int KW_CALL kw_create_null_locale_4(kw_locale **result);
+/* Makes one category (KW_CTYPE..KW_MESSAGES) of `handle` null. */
+KW_API void KW_CALL kw_make_null_category(kw_locale *handle, int category);
+/* Frees the blocks a category owns and empties its names (not made null). */
+KW_API void KW_CALL kw_free_category(kw_locale *handle, int category);
+/* Shares category (or KW_ALL) data of `source` with `target`; 0, or -1 with
+ * KW_ENOTLOADED / KW_ENOTEMPTY and nothing changed. */
+KW_API int KW_CALL kw_copy_cat(kw_locale *target, kw_locale *source, int category);
+/* Frees a handle whose categories were copied from another (shared data kept). */
+KW_API void KW_CALL kw_free_nonshared_loc(kw_locale *handle);
+/* Releases a handle (through the locale cache when it came from kw_lc_load). */
+KW_API void KW_CALL kw_lc_unload(kw_locale *handle);
+/* The default locale (default.lco) in *result; 0, or -1 (a static handle
+ * with KW_ENOMEM or KW_ENOFILE, or the handle with its error set). */
+KW_API int KW_CALL kw_createlocale_4(kw_locale **result);
+/* The same, looking for default.lco in `directory` (ending in a separator) first. */
+KW_API int KW_CALL kw_createlocale2_4(kw_locale **result, const char *directory);
+/* Loads `category` (or KW_ALL) as `spec` names, or from the environment when
+ * spec is empty; null spec queries. Returns the locale string (311 bytes,
+ * free with kw_destroystring), or null with the error set. */
+KW_API char *KW_CALL kw_setlocale_4(kw_locale *handle, int category, const char *spec);
+/* A whole locale by specification, shared through the reference-counted
+ * cache; 0, or -1 with the error in (*result)'s slot. */
+KW_API int KW_CALL kw_lc_load(kw_locale **result, const char *spec, const char *registry,
+                              const char *directory);
 
 /* ==== Locale information ================================================= */
 /* @@info@@ */
+/* The locale conventions of the NUMERIC and MONETARY categories: each string
+ * beside its wide form; the eight numbers as bytes (127 = not available). */
+typedef struct kw_lconv {
+  char *decimal_point;
+  kw_wchar_t *wdecimal_point;
+  char *thousands_sep;
+  kw_wchar_t *wthousands_sep;
+  char *grouping;
+  char *int_curr_symbol;
+  kw_wchar_t *wint_curr_symbol;
+  char *currency_symbol;
+  kw_wchar_t *wcurrency_symbol;
+  char *mon_decimal_point;
+  kw_wchar_t *wmon_decimal_point;
+  char *mon_thousands_sep;
+  kw_wchar_t *wmon_thousands_sep;
+  char *mon_grouping;
+  char *positive_sign;
+  kw_wchar_t *wpositive_sign;
+  char *negative_sign;
+  kw_wchar_t *wnegative_sign;
+  char *num_positive_sign;
+  kw_wchar_t *wnum_positive_sign;
+  char *num_negative_sign;
+  kw_wchar_t *wnum_negative_sign;
+  char int_frac_digits;
+  char frac_digits;
+  char p_cs_precedes;
+  char p_sep_by_space;
+  char n_cs_precedes;
+  char n_sep_by_space;
+  char p_sign_posn;
+  char n_sign_posn;
+} kw_lconv;
+
+/* Information item `item` (0..73) of the locale; null when absent. */
+KW_API char *KW_CALL kw_nl_langinfo(kw_locale *handle, int item);
+/* The wide form of the same item. */
+KW_API kw_wchar_t *KW_CALL kw_wc_nl_langinfo(kw_locale *handle, int item);
+/* The handle's conventions record (valid until NUMERIC/MONETARY reload). */
+KW_API kw_lconv *KW_CALL kw_localeconv(kw_locale *handle);
+/* Longest / shortest character of the locale, in bytes. */
+KW_API int KW_CALL kw_mb_loc_max(kw_locale *handle);
+KW_API int KW_CALL kw_mb_loc_min(kw_locale *handle);
 
 #ifdef __cplusplus
 }
