@@ -4,11 +4,14 @@
 # lists the missing packages and fails.
 set -eu
 
-packages="cmake ninja-build g++ libgtest-dev libbenchmark-dev locales g++-mingw-w64-i686"
+# locales provides the POSIX locale sources and charmaps under /usr/share/i18n
+# that the locale compiler reads; zlib1g-dev reads its gzip'd charmaps.
+packages="cmake ninja-build g++ libgtest-dev libbenchmark-dev zlib1g-dev locales g++-mingw-w64-i686"
 
 missing=""
 for p in $packages; do
-  if ! dpkg -s "$p" >/dev/null 2>&1; then
+  status=$(dpkg-query -W -f='${Status}' "$p" 2>/dev/null || true)
+  if [ "$status" != "install ok installed" ]; then
     missing="$missing $p"
   fi
 done

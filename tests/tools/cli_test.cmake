@@ -1,0 +1,63 @@
+# Command-line behaviour of kwa-localedef: a source error names file and
+# line, writes nothing for that locale and fails the run; a good locale in
+# the same run is still written; --help documents every option.
+# Run as: cmake -DTOOL=<kwa-localedef> -DWORK=<scratch dir> -P cli_test.cmake
+file(REMOVE_RECURSE ${WORK})
+file(MAKE_DIRECTORY ${WORK}/src)
+file(WRITE ${WORK}/src/charmap "<code_set_name> TEST-3\n<comment_char> %\n<escape_char> /\nCHARMAP\n<U0020>..<U007E> /x20\nEND CHARMAP\n")
+file(WRITE ${WORK}/src/good "comment_char %\nescape_char /\nLC_TIME\nd_fmt \"%d\"\nEND LC_TIME\n")
+file(WRITE ${WORK}/src/bad "comment_char %\nescape_char /\nLC_TIME\nd_fmt \"%d\nEND LC_TIME\n")
+file(WRITE ${WORK}/list "locale ./src/good ./src/charmap xx_YY\nlocale ./src/bad ./src/charmap zz_ZZ\ncharmap ./src/charmap\n")
+# A charmap of the charmap directory that the run does not compile: the
+# registry still lists its names.
+file(WRITE ${WORK}/maps/OTHER-SET "<code_set_name> OTHER-SET\n<comment_char> %\n% alias OTHER_ALIAS\nCHARMAP\n<U0041> /x41\nEND CHARMAP\n")
+
+execute_process(COMMAND ${TOOL} --manifest ${WORK}/list -o ${WORK}/out -q -C ${WORK}/maps
+                RESULT_VARIABLE rc ERROR_VARIABLE err)
+if(NOT rc EQUAL 1)
+  message(FATAL_ERROR "a failing locale must fail the run (exit ${rc})")
+endif()
+if(NOT err MATCHES "src/bad:4: unterminated string")
+  message(FATAL_ERROR "the error must name file and line, got: ${err}")
+endif()
+file(GLOB_RECURSE written RELATIVE ${WORK}/out ${WORK}/out/*)
+list(SORT written)
+set(code_file "")
+foreach(f ${written})
+  if(f MATCHES "^kwa/lc11/zz_zz")
+    message(FATAL_ERROR "an object was written for the failing locale: ${f}")
+  endif()
+endforeach()
+if(NOT written MATCHES "kwa/lc11/xx_yy/f[0-9a-f][0-9a-f][0-9a-f]\\.lco")
+  message(FATAL_ERROR "the good locale was not written: ${written}")
+endif()
+if(NOT written MATCHES "kwa/cm3/registry")
+  message(FATAL_ERROR "no registry written: ${written}")
+endif()
+file(READ ${WORK}/out/kwa/cm3/registry registry)
+if(NOT registry MATCHES "\ntest-3 6[0-9]+\n" OR NOT registry MATCHES "\nascii 364\n")
+  message(FATAL_ERROR "registry lacks the charmap or the built-in names")
+endif()
+if(NOT registry MATCHES "\nother-set (6[0-9]+)\n")
+  message(FATAL_ERROR "registry lacks the charmap directory's other charmap")
+endif()
+if(NOT registry MATCHES "\nother_alias ${CMAKE_MATCH_1}\n")
+  message(FATAL_ERROR "registry lacks the other charmap's alias")
+endif()
+
+execute_process(COMMAND ${TOOL} --help RESULT_VARIABLE rc OUTPUT_VARIABLE help)
+if(NOT rc EQUAL 0)
+  message(FATAL_ERROR "--help exits ${rc}")
+endif()
+foreach(opt -i -f -o -I -C -D --default --charmap --conversion --manifest --substitute --form
+            --no-registry -j -v -q -h)
+  if(NOT help MATCHES " ${opt}[ ,]")
+    message(FATAL_ERROR "--help does not document ${opt}")
+  endif()
+endforeach()
+
+execute_process(COMMAND ${TOOL} -i x RESULT_VARIABLE rc ERROR_QUIET)
+if(NOT rc EQUAL 2)
+  message(FATAL_ERROR "a usage error must exit 2 (exit ${rc})")
+endif()
+file(REMOVE_RECURSE ${WORK})
