@@ -20,12 +20,12 @@ constexpr unsigned char kDirMarker = 0xFF;
 // KW_PATH is copied to at most this many characters before it is split.
 constexpr std::size_t kMaxSearchList = 1024;
 
-// A path that with its terminator stays below kMaxObjectPath bytes.
-// Appending past that keeps what fits (for the report) and marks the path
-// as too long; such a path is never opened.
+// A path that with its terminator fits in kMaxObjectPath bytes. Appending
+// past that keeps what fits (for the report) and marks the path as too long;
+// such a path is never opened.
 class PathBuffer {
  public:
-  static constexpr std::size_t kMaxLength = kMaxObjectPath - 2;
+  static constexpr std::size_t kMaxLength = kMaxObjectPath - 1;
 
   void append(const char* s, std::size_t n) noexcept {
     const std::size_t room = kMaxLength - len_;

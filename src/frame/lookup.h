@@ -19,8 +19,8 @@ std::FILE* kw_find_object(void* handle, const char* name, const char* kind, cons
 // Opens `path` through kw_ext_fopen after replacing every 0xFF byte (the
 // directory marker of locale file names) by the platform separator; a marker
 // that directly follows a separator is dropped. Reports the attempt; on
-// failure, or for a result of kMaxObjectPath bytes or more, stores
-// Err::NoFile in `handle` (when given).
+// failure, or for a result that with its terminator does not fit in
+// kMaxObjectPath bytes, stores Err::NoFile in `handle` (when given).
 std::FILE* kw_open_escaped(void* handle, const char* path) noexcept;
 
 namespace kw::frame {

@@ -155,8 +155,11 @@ Result<std::uint16_t> numeric_name(std::string_view name) noexcept {
   return static_cast<std::uint16_t>(value);
 }
 
-bool is_locale_alias(const char* name) noexcept {
-  return std::strcmp(name, "c") == 0 || std::strcmp(name, "posix") == 0;
+// Names that a reverse lookup passes over: "c" and "posix" name the C locale
+// rather than a code set, and a name holding '@' would read back in a
+// specification as a code-set name followed by a modifier.
+bool skipped_in_reverse(const char* name) noexcept {
+  return std::strcmp(name, "c") == 0 || std::strcmp(name, "posix") == 0 || std::strchr(name, '@') != nullptr;
 }
 
 void copy_name(char* out, const char* name) noexcept {
@@ -240,7 +243,7 @@ void free_registry_cache() noexcept {
 Result<bool> cs_num2cs_name(std::uint16_t number, const char* registry, char* out) noexcept {
   if (g_cache != nullptr) {
     for (const Entry* e = g_cache; e != nullptr; e = e->next) {
-      if (e->number == number && !is_locale_alias(e->name)) {
+      if (e->number == number && !skipped_in_reverse(e->name)) {
         copy_name(out, e->name);
         return true;
       }
@@ -249,7 +252,7 @@ Result<bool> cs_num2cs_name(std::uint16_t number, const char* registry, char* ou
   }
   if (g_use_builtin) {
     for (const auto& row : kBuiltinCodesets) {
-      if (row.number == number && !is_locale_alias(row.name)) {
+      if (row.number == number && !skipped_in_reverse(row.name)) {
         copy_name(out, row.name);
         return true;
       }
@@ -263,7 +266,7 @@ Result<bool> cs_num2cs_name(std::uint16_t number, const char* registry, char* ou
   while (reader.read_name(name)) {
     const std::uint16_t n = reader.read_number();
     if (n == kUnknownCodeset) return Err::BadType;
-    if (n == number && !is_locale_alias(name)) {
+    if (n == number && !skipped_in_reverse(name)) {
       copy_name(out, name);
       return true;
     }

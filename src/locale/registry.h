@@ -43,7 +43,8 @@ void free_registry_cache() noexcept;
 
 // The first name that maps to `number`, in the order lookups search (file or
 // cache order, else built-in table order), skipping the names "c" and
-// "posix", which name the C locale rather than a code set. Writes it with its
+// "posix", which name the C locale rather than a code set, and names holding
+// '@', which a specification cannot carry. Writes it with its
 // terminator into `out` (at least 22 bytes). Returns false when no name maps
 // to the number; errors as for cs_name2cs_num.
 Result<bool> cs_num2cs_name(std::uint16_t number, const char* registry, char* out) noexcept;

@@ -19,6 +19,8 @@ constexpr std::string_view kAssign = " = ";
 constexpr std::string_view kJoin = " ; ";
 constexpr std::string_view kLocaleSuffix = ".lco";
 constexpr char kHexDigits[] = "0123456789abcdef";
+// Longest code-set piece joined into a short specification ("65535").
+constexpr std::size_t kMaxCodesetPiece = kCsNumTextSize - 1;
 
 // Writes into a caller's buffer without ever passing its end. A result that
 // does not fit (terminator included) is Err::TooBig; in truncating mode the
@@ -115,15 +117,64 @@ void put_short(Writer& w, const SimpleSpec& s) noexcept {
   put_modifier(w, s);
 }
 
+// The head "ll_TT." and the code-set name: 1 to 21 name characters, not
+// starting with '#', ended by '@', a character outside the class, or the end.
+// `text` runs to the end of the name.
+Result<SimpleSpec> parse_head_and_codeset(std::string_view t) noexcept {
+  if (!has_simple_head(t)) return Err::Short;
+  SimpleSpec s{};
+  s.language[0] = t[0];
+  s.language[1] = t[1];
+  s.territory[0] = t[3];
+  s.territory[1] = t[4];
+  std::size_t pos = 6;
+  if (pos >= t.size() || t[pos] == '#' || !is_name_char(t[pos])) return Err::Short;
+  const std::size_t name_start = pos;
+  while (pos < t.size() && is_name_char(t[pos]) && t[pos] != '@') ++pos;
+  if (pos - name_start > kMaxCodesetName) return Err::Short;
+  s.codeset = t.substr(name_start, pos - name_start);
+  s.text = t.substr(0, pos);
+  return s;
+}
+
+// The optional "@" and modifier of up to 4 letters or digits after the
+// code-set name; extends `s.text` over them.
+Err parse_modifier(std::string_view t, SimpleSpec& s) noexcept {
+  std::size_t pos = s.text.size();
+  if (pos < t.size() && t[pos] == '@') {
+    s.has_modifier = true;
+    const std::size_t mod_start = ++pos;
+    while (pos < t.size() && is_alnum(t[pos])) {
+      if (pos - mod_start == kMaxModifier) return Err::Short;
+      ++pos;
+    }
+    s.modifier = t.substr(mod_start, pos - mod_start);
+  }
+  s.text = t.substr(0, pos);
+  return Err::None;
+}
+
+// Parses the simple specification at the start of `t` and looks its code set
+// up as soon as the name is read, so that a failed lookup is reported before
+// any later fault of the text. The unknown number names no code set.
+Result<SimpleSpec> parse_and_look_up(std::string_view t, const char* registry) noexcept {
+  Result<SimpleSpec> s = parse_head_and_codeset(t);
+  if (!s.ok()) return s;
+  Result<std::uint16_t> number = cs_name2cs_num(s->codeset, registry);
+  if (!number.ok()) return number.error();
+  if (*number == kUnknownCodeset) return Err::Short;
+  s->number = *number;
+  const Err e = parse_modifier(t, *s);
+  if (e != Err::None) return e;
+  return s;
+}
+
 // Parses a simple specification that must make up the whole text, and looks
 // its code set up.
 Result<SimpleSpec> whole_simple(std::string_view text, const char* registry) noexcept {
-  Result<SimpleSpec> s = parse_simple(text);
+  Result<SimpleSpec> s = parse_and_look_up(text, registry);
   if (!s.ok()) return s;
   if (s->text.size() != text.size()) return Err::Short;
-  Result<std::uint16_t> number = cs_name2cs_num(s->codeset, registry);
-  if (!number.ok()) return number.error();
-  s->number = *number;
   return s;
 }
 
@@ -140,28 +191,10 @@ bool has_simple_head(std::string_view t) noexcept {
 }
 
 Result<SimpleSpec> parse_simple(std::string_view t) noexcept {
-  if (!has_simple_head(t)) return Err::Short;
-  SimpleSpec s{};
-  s.language[0] = t[0];
-  s.language[1] = t[1];
-  s.territory[0] = t[3];
-  s.territory[1] = t[4];
-  std::size_t pos = 6;
-  if (pos >= t.size() || t[pos] == '#' || !is_name_char(t[pos])) return Err::Short;
-  const std::size_t name_start = pos;
-  while (pos < t.size() && is_name_char(t[pos]) && t[pos] != '@') ++pos;
-  if (pos - name_start > kMaxCodesetName) return Err::Short;
-  s.codeset = t.substr(name_start, pos - name_start);
-  if (pos < t.size() && t[pos] == '@') {
-    s.has_modifier = true;
-    const std::size_t mod_start = ++pos;
-    while (pos < t.size() && is_alnum(t[pos])) {
-      if (pos - mod_start == kMaxModifier) return Err::Short;
-      ++pos;
-    }
-    s.modifier = t.substr(mod_start, pos - mod_start);
-  }
-  s.text = t.substr(0, pos);
+  Result<SimpleSpec> s = parse_head_and_codeset(t);
+  if (!s.ok()) return s;
+  const Err e = parse_modifier(t, *s);
+  if (e != Err::None) return e;
   return s;
 }
 
@@ -196,14 +229,9 @@ Result<Composite> walk_composite(std::string_view t, Walk walk, bool lookup,
     pos += name_length;
     if (!starts_with(t, pos, kAssign)) return Err::Short;
     pos += kAssign.size();
-    Result<SimpleSpec> s = parse_simple(t.substr(pos));
+    Result<SimpleSpec> s = lookup ? parse_and_look_up(t.substr(pos), registry) : parse_simple(t.substr(pos));
     if (!s.ok()) return s.error();
-    if (lookup) {
-      Result<std::uint16_t> number = cs_name2cs_num(s->codeset, registry);
-      if (!number.ok()) return number.error();
-      if (c.count > 0 && *number != c.entries[0].number) return Err::Short;
-      s->number = *number;
-    }
+    if (lookup && c.count > 0 && s->number != c.entries[0].number) return Err::Short;
     // At most six entries: each category may appear once.
     c.entries[c.count] = *s;
     c.categories[c.count] = category;
@@ -230,7 +258,9 @@ Result<std::uint16_t> spec2cs_num(std::string_view text, const char* registry) n
     if (!s.ok()) return s.error();
     return s->number;
   }
-  return cs_name2cs_num(text, registry);
+  Result<std::uint16_t> number = cs_name2cs_num(text, registry);
+  if (number.ok() && *number == kUnknownCodeset) return Err::Short;
+  return number;
 }
 
 Result<std::size_t> spec2lc_fname(std::string_view text, std::span<char> out, const char* registry,
@@ -322,7 +352,10 @@ Result<std::size_t> pieces2lc_spec(std::string_view language, std::string_view c
       !is_alpha(language[3]) || !is_alpha(language[4])) {
     return Err::Short;
   }
-  if (codeset.empty() || codeset.size() > 5) return Err::Short;
+  // The code-set piece is read for at most five characters, each of which
+  // must be a hexadecimal digit; anything after the fifth is not looked at.
+  if (codeset.empty()) return Err::Short;
+  codeset = codeset.substr(0, kMaxCodesetPiece);
   for (char c : codeset) {
     if (!is_xdigit(c)) return Err::Short;
   }
@@ -348,7 +381,12 @@ Result<std::size_t> spec2lc_short(std::string_view text, std::span<char> out,
 
 Result<std::size_t> spec2lc_short_norm(std::string_view text, std::span<char> out,
                                        const char* registry) noexcept {
-  if (is_composite(text)) return Err::Short;
+  if (is_composite(text)) {
+    // A composite text has no short form; its entries are still read so that
+    // a failed code-set lookup is what gets reported.
+    Result<Composite> c = walk_composite(text, Walk::FileName, true, registry);
+    return c.ok() ? Err::Short : c.error();
+  }
   char fname[kFnameSize];
   Result<std::size_t> made = spec2lc_fname(text, fname, registry, nullptr);
   if (!made.ok()) return made.error();

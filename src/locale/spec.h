@@ -78,7 +78,8 @@ Result<Composite> walk_composite(std::string_view text, Walk walk, bool lookup,
                                  const char* registry) noexcept;
 
 // The code-set number of a composite, a simple specification, or a bare
-// code-set name.
+// code-set name. A name whose number comes out as kUnknownCodeset (its own
+// decimal spelling) names no code set: Err::Short.
 Result<std::uint16_t> spec2cs_num(std::string_view text, const char* registry) noexcept;
 
 // The locale object file name of a simple specification (no directory part),
@@ -110,8 +111,9 @@ struct FnamePieces {
 Err fname2lc_pieces(std::string_view fname, FnamePieces& pieces, bool& separator_ok) noexcept;
 
 // Joins pieces into a short specification: language piece (ll_TT, copied as
-// written), '.', the code-set piece (1 to 5 hexadecimal-digit characters),
-// and '@' with up to 4 characters of a non-empty modifier.
+// written), '.', the code-set piece (non-empty; its first 5 characters, each
+// a hexadecimal digit), and '@' with up to 4 characters of a non-empty
+// modifier.
 Result<std::size_t> pieces2lc_spec(std::string_view language, std::string_view codeset,
                                    std::string_view modifier, std::span<char> out) noexcept;
 

@@ -38,46 +38,35 @@ class LookupTest : public KwTest {
   bool found_ = false;
 };
 
-TEST_F(LookupTest, KwPathTriesNonEmptyElementsInOrderAndNothingElse) {
-  FakePlatform::set_env("KW_PATH", "a;;b;");
-  FakePlatform::set_env("KESTAVORDIR", "/opt/k");
-  EXPECT_EQ(find("0333.cmo"), (Paths{"a/0333.cmo", "b/0333.cmo"}));
-  EXPECT_FALSE(found_);
-  EXPECT_KW_ERROR(slot_, Err::NoFile);
-}
-
-TEST_F(LookupTest, KwPathStopsAtFirstElementThatOpens) {
-  FakePlatform::set_env("KW_PATH", "a;b/;c");
-  FakePlatform::add_file("b//x.lco");
-  EXPECT_EQ(find("x.lco"), (Paths{"a/x.lco", "b//x.lco"}));
-  EXPECT_TRUE(found_);
-  EXPECT_EQ(slot_, 0u);
-}
-
-TEST_F(LookupTest, KwPathIsCutAfter1024Characters) {
-  FakePlatform::set_env("KW_PATH", std::string(1023, ';') + "ab;c");
-  EXPECT_EQ(find("n"), (Paths{"a/n"}));
-  EXPECT_KW_ERROR(slot_, Err::NoFile);
-}
-
-TEST_F(LookupTest, InstallDirTriesVersionedThenPlainKindDirectory) {
-  FakePlatform::set_env("KW_PATH", "");
-  FakePlatform::set_env("KESTAVORDIR", "/opt/k");
-  EXPECT_EQ(find("0333.cmo"), (Paths{"/opt/k/kwa/cm3/0333.cmo", "/opt/k/kwa/cm/0333.cmo"}));
-  EXPECT_KW_ERROR(slot_, Err::NoFile);
-
-  // The separator is added even after one that ends the value.
-  FakePlatform::set_env("KESTAVORDIR", "/opt/k/");
-  FakePlatform::add_file("/opt/k//kwa/lc/en.lco");
-  EXPECT_EQ(find("en.lco", "lc", "11"), (Paths{"/opt/k//kwa/lc11/en.lco", "/opt/k//kwa/lc/en.lco"}));
-  EXPECT_TRUE(found_);
-  EXPECT_EQ(slot_, 0u);
-
-  // Empty values count as unset.
-  FakePlatform::set_env("KESTAVORDIR", "");
+// KW_PATH, when set and not empty, is the whole search: its non-empty
+// elements in order, up to the first that opens, read from its first 1024
+// characters. Otherwise the install directory (KESTAVORDIR, else the
+// default) is tried with the versioned and then the plain kind directory,
+// a separator added even after one that ends the value.
+TEST_F(LookupTest, SearchOrderOfThePathAndTheInstallDirectory) {
   const std::string base = std::string(kw::platform::default_install_dir()) + "kwa/";
-  EXPECT_EQ(find("ab.cvo", "cv", "9"), (Paths{base + "cv9/ab.cvo", base + "cv/ab.cvo"}));
-  EXPECT_KW_ERROR(slot_, Err::NoFile);
+  const struct {
+    std::string kw_path, install_dir, file, name, kind, version;
+    Paths tried;
+  } rows[] = {
+      {"a;;b;", "/opt/k", "", "0333.cmo", "cm", "3", {"a/0333.cmo", "b/0333.cmo"}},
+      {"a;b/;c", "", "b//x.lco", "x.lco", "cm", "3", {"a/x.lco", "b//x.lco"}},
+      {std::string(1023, ';') + "ab;c", "", "", "n", "cm", "3", {"a/n"}},
+      {"", "/opt/k", "", "0333.cmo", "cm", "3", {"/opt/k/kwa/cm3/0333.cmo", "/opt/k/kwa/cm/0333.cmo"}},
+      {"", "/opt/k/", "/opt/k//kwa/lc/en.lco", "en.lco", "lc", "11",
+       {"/opt/k//kwa/lc11/en.lco", "/opt/k//kwa/lc/en.lco"}},
+      {"", "", "", "ab.cvo", "cv", "9", {base + "cv9/ab.cvo", base + "cv/ab.cvo"}},  // empty is unset
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.kw_path.substr(0, 12) + " | " + row.install_dir + " | " + row.name);
+    FakePlatform::install();
+    FakePlatform::set_env("KW_PATH", row.kw_path);
+    FakePlatform::set_env("KESTAVORDIR", row.install_dir);
+    if (!row.file.empty()) FakePlatform::add_file(row.file);
+    EXPECT_EQ(find(row.name.c_str(), row.kind.c_str(), row.version.c_str()), row.tried);
+    EXPECT_EQ(found_, !row.file.empty());
+    EXPECT_KW_ERROR(slot_, row.file.empty() ? Err::NoFile : Err::None);
+  }
 }
 
 TEST_F(LookupTest, AbsoluteNamesAreOpenedAsGiven) {
@@ -92,12 +81,13 @@ TEST_F(LookupTest, AbsoluteNamesAreOpenedAsGiven) {
   }
 }
 
-TEST_F(LookupTest, RefusesPathsOf1024BytesWithoutOpening) {
-  // 1023 characters and the terminator fill the buffer exactly: refused.
-  const std::string too_long = "/" + std::string(1022, 'x');
+// A path buffer holds 1024 bytes: 1023 characters and the terminator fit,
+// anything longer is refused without an open attempt.
+TEST_F(LookupTest, RefusesPathsLongerThanTheBufferWithoutOpening) {
+  const std::string too_long = std::string("/").append(1023, 'x');
   EXPECT_EQ(find(too_long.c_str()), Paths{});
   EXPECT_KW_ERROR(slot_, Err::NoFile);
-  const std::string longest = "/" + std::string(1021, 'x');
+  const std::string longest = std::string("/").append(1022, 'x');
   EXPECT_EQ(find(longest.c_str()), Paths{longest});
   EXPECT_KW_ERROR(slot_, Err::NoFile);
 
@@ -106,8 +96,8 @@ TEST_F(LookupTest, RefusesPathsOf1024BytesWithoutOpening) {
   EXPECT_EQ(find("abc"), (Paths{"e/abc"}));
   EXPECT_KW_ERROR(slot_, Err::NoFile);
   FakePlatform::set_env("KW_PATH", std::string(1020, 'd'));
-  EXPECT_EQ(find("ab"), Paths{});
-  EXPECT_EQ(find("a").size(), 1u);
+  EXPECT_EQ(find("ab").size(), 1u);
+  EXPECT_EQ(find("abc"), Paths{});
   EXPECT_KW_ERROR(slot_, Err::NoFile);
 }
 
@@ -156,9 +146,13 @@ TEST_F(LookupTest, DirectoryMarkerBecomesOneSeparator) {
   EXPECT_KW_ERROR(slot_, Err::NoFile);
 
   FakePlatform::opened().clear();
-  const std::string too_long = std::string(1000, 'd') + "\xff" + std::string(30, 'n');
+  const std::string too_long = std::string(1022, 'd') + "\xff" + "n";
   EXPECT_EQ(kw_open_escaped(slot_handle(), too_long.c_str()), nullptr);
   EXPECT_TRUE(FakePlatform::opened().empty());
+  EXPECT_KW_ERROR(slot_, Err::NoFile);
+  const std::string longest = std::string(1021, 'd') + "\xff" + "n";
+  EXPECT_EQ(kw_open_escaped(slot_handle(), longest.c_str()), nullptr);
+  EXPECT_EQ(FakePlatform::opened(), (Paths{std::string(1021, 'd') + "/n"}));
   EXPECT_KW_ERROR(slot_, Err::NoFile);
 }
 
@@ -174,9 +168,13 @@ TEST_F(LookupTest, SearchDirectoriesMatchTheLookupOrder) {
   kw::frame::visit_search_dirs("cm", "3", &collect_dir, &dirs);
   EXPECT_EQ(dirs, (Paths{"/k/kwa/cm3/", "/k/kwa/cm/"}));
   dirs.clear();
-  FakePlatform::set_env("KW_PATH", "x;" + std::string(1022, 'y'));
+  FakePlatform::set_env("KW_PATH", "x;" + std::string(1021, 'y'));
   kw::frame::visit_search_dirs("cm", "3", &collect_dir, &dirs);
-  EXPECT_EQ(dirs, (Paths{"x/", std::string(1022, 'y') + " (cut)"}));
+  EXPECT_EQ(dirs, (Paths{"x/", std::string(1021, 'y') + "/"}));
+  dirs.clear();
+  FakePlatform::set_env("KW_PATH", std::string(1023, 'z'));
+  kw::frame::visit_search_dirs("cm", "3", &collect_dir, &dirs);
+  EXPECT_EQ(dirs, (Paths{std::string(1023, 'z') + " (cut)"}));
 }
 
 // Reads a whole file; empty when it is missing.

@@ -33,45 +33,54 @@ class RegistryFileTest : public kw::testing::RegistryTest {
   }
 };
 
-TEST_F(RegistryFileTest, ReadsEntriesCommentsAndFoldsCase) {
-  const std::string path = write_file(kRegistry);
-  EXPECT_EQ(lookup("8859-1", path), 819);
-  EXPECT_EQ(lookup("LATIN-1", path), 819);
-  EXPECT_EQ(lookup("IBM-437", path), 437);
-  // A registry entry named "819" wins over the numeric reading of the name.
-  EXPECT_EQ(lookup("819", path), 1208);
-  // Numbers are accumulated in 16 bits: 66355 wraps to 819.
-  EXPECT_EQ(lookup("wrapped", path), 819);
-  // Query names are cut to 21 characters before comparing.
-  EXPECT_EQ(lookup("ABCDEFGHIJKLMNOPQRSTUVWXYZ", path), 1000);
-  EXPECT_EQ(slot_, 0u);
+// Lookups in the file state: each row names a registry text, the name
+// looked up, the number found and the error stored.
+TEST_F(RegistryFileTest, LooksUpNamesInTheFile) {
+  const struct {
+    const char* registry;
+    const char* name;
+    std::uint16_t number;
+    Err err;
+  } rows[] = {
+      {kRegistry, "8859-1", 819, Err::None},
+      {kRegistry, "LATIN-1", 819, Err::None},  // case is folded
+      {kRegistry, "IBM-437", 437, Err::None},
+      {kRegistry, "819", 1208, Err::None},     // an entry wins over the numeric reading
+      {kRegistry, "wrapped", 819, Err::None},  // numbers are accumulated in 16 bits
+      {kRegistry, "ABCDEFGHIJKLMNOPQRSTUVWXYZ", 1000, Err::None},  // cut to 21 characters
+      // Names not in the file fall back to their numeric reading.
+      {kRegistry, "437", 437, Err::None},
+      {kRegistry, "65535", 65535, Err::None},
+      {kRegistry, "65536", kUnknown, Err::Short},
+      {kRegistry, "", kUnknown, Err::Short},
+      {kRegistry, "12a", kUnknown, Err::Short},
+      {kRegistry, "ascii", kUnknown, Err::Short},  // the built-in table is not consulted
+      // A name longer than 21 characters in the file ends the reading.
+      {"before 10\nabcdefghijklmnopqrstuv 20\nafter 30\n", "before", 10, Err::None},
+      {"before 10\nabcdefghijklmnopqrstuv 20\nafter 30\n", "after", kUnknown, Err::Short},
+      // A last entry without a newline after its number is malformed; so is
+      // every lookup that has to skip past it.
+      {"first 10\nlast 20", "first", 10, Err::None},
+      {"first 10\nlast 20", "last", kUnknown, Err::BadType},
+      {"first 10\nlast 20", "other", kUnknown, Err::BadType},
+      {"first 10\nlast 20\n", "last", 20, Err::None},
+      {"first 10\nlast 20\n", "900", 900, Err::None},
+      // Malformed numbers; 0xE000 is the unknown number and cannot be assigned.
+      {"letters abc\nreserved 57344\nfine 5\n", "letters", kUnknown, Err::BadType},
+      {"letters abc\nreserved 57344\nfine 5\n", "reserved", kUnknown, Err::BadType},
+      {"letters abc\nreserved 57344\nfine 5\n", "fine", 5, Err::None},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.name);
+    EXPECT_EQ(lookup(row.name, write_file(row.registry)), row.number);
+    EXPECT_KW_ERROR(slot_, row.err);
+  }
   EXPECT_EQ(registry_state(), RegistryState::File);
-}
-
-TEST_F(RegistryFileTest, FallsBackToNumericNames) {
-  const std::string path = write_file(kRegistry);
-  EXPECT_EQ(lookup("437", path), 437);
-  EXPECT_EQ(lookup("65535", path), 65535);
-  EXPECT_EQ(slot_, 0u);
-  EXPECT_EQ(lookup("65536", path), kUnknown);
-  EXPECT_KW_ERROR(slot_, Err::Short);
-  EXPECT_EQ(lookup("", path), kUnknown);
-  EXPECT_KW_ERROR(slot_, Err::Short);
-  EXPECT_EQ(lookup("12a", path), kUnknown);
-  EXPECT_KW_ERROR(slot_, Err::Short);
-  // The built-in table is not consulted in the file state.
-  EXPECT_EQ(lookup("ascii", path), kUnknown);
-  EXPECT_KW_ERROR(slot_, Err::Short);
-}
-
-TEST_F(RegistryFileTest, LongNameInFileEndsReading) {
-  const std::string path = write_file(
-      "before 10\n"
-      "abcdefghijklmnopqrstuv 20\n"
-      "after 30\n");
-  EXPECT_EQ(lookup("before", path), 10);
-  EXPECT_EQ(lookup("after", path), kUnknown);
-  EXPECT_KW_ERROR(slot_, Err::Short);
+  // A missing file is an error of its own, without a built-in fallback.
+  for (const char* name : {"ascii", "819"}) {
+    EXPECT_EQ(lookup(name, missing_file()), kUnknown);
+    EXPECT_KW_ERROR(slot_, Err::Format);
+  }
 }
 
 TEST_F(RegistryFileTest, ReadsTheFileAnewOnEveryLookup) {
@@ -79,39 +88,6 @@ TEST_F(RegistryFileTest, ReadsTheFileAnewOnEveryLookup) {
   EXPECT_EQ(lookup("mine", path), 100);
   write_file("mine 200\n");
   EXPECT_EQ(lookup("mine", path), 200);
-}
-
-TEST_F(RegistryFileTest, MissingFileIsErrorFifteenWithoutBuiltinFallback) {
-  EXPECT_EQ(lookup("ascii", missing_file()), kUnknown);
-  EXPECT_KW_ERROR(slot_, Err::Format);
-  EXPECT_EQ(lookup("819", missing_file()), kUnknown);
-  EXPECT_KW_ERROR(slot_, Err::Format);
-}
-
-// A last entry without a newline after its number is malformed; so is every
-// lookup that has to skip past it.
-TEST_F(RegistryFileTest, LastEntryWithoutNewlineIsMalformed) {
-  const std::string path = write_file("first 10\nlast 20");
-  EXPECT_EQ(lookup("first", path), 10);
-  EXPECT_EQ(lookup("last", path), kUnknown);
-  EXPECT_KW_ERROR(slot_, Err::BadType);
-  EXPECT_EQ(lookup("other", path), kUnknown);
-  EXPECT_KW_ERROR(slot_, Err::BadType);
-  // With the newline, the entry reads and unknown names fall through.
-  write_file("first 10\nlast 20\n");
-  EXPECT_EQ(lookup("last", path), 20);
-  EXPECT_EQ(lookup("900", path), 900);
-  EXPECT_EQ(slot_, 0u);
-}
-
-TEST_F(RegistryFileTest, MalformedNumbersAreErrorEleven) {
-  const std::string path = write_file("letters abc\nreserved 57344\nfine 5\n");
-  EXPECT_EQ(lookup("letters", path), kUnknown);
-  EXPECT_KW_ERROR(slot_, Err::BadType);
-  // 0xE000 is the unknown number and cannot be assigned.
-  EXPECT_EQ(lookup("reserved", path), kUnknown);
-  EXPECT_KW_ERROR(slot_, Err::BadType);
-  EXPECT_EQ(lookup("fine", path), 5);
 }
 
 TEST_F(RegistryFileTest, NullPathSearchesTheCharmapDirectory) {

@@ -38,58 +38,59 @@ class SpecTest : public kw::testing::RegistryTest {
   std::string reg_;
 };
 
-TEST_F(SpecTest, SimpleFileNameFoldsLettersAndLooksUpTheCodeSet) {
-  EXPECT_EQ(fname("EN_US.8859-1"), "en_us" + kSep + "0333.lco");
-  EXPECT_EQ(fname("en_us.latin-1"), "en_us" + kSep + "0333.lco");
-  EXPECT_EQ(fname("ja_JP.eucJP"), "ja_jp" + kSep + "13ba.lco");
-  EXPECT_EQ(fname("en_US.819@Euro"), "en_us" + kSep + "0333Euro.lco");
-  // A simple specification ignores the directory.
-  EXPECT_EQ(fname("en_US.437", "/data"), "en_us" + kSep + "01b5.lco");
-  EXPECT_EQ(slot_, 0u);
-}
-
-TEST_F(SpecTest, RejectsMalformedSimpleSpecifications) {
-  const char* bad[] = {
-      "en_US",      "en_US.",     "enUS.819",     "e1_US.819",  "en-US.819",   "en_U1.819",
-      "en_US.#819", "en_US. 819", "en_US.819 ",   "en_US.819@euros",
-      "en_US.819@e-u", "",
+// File names of specifications (with the directory "/d" where one is
+// given): each row the name made, or "<failed>" with the error stored.
+TEST_F(SpecTest, FileNamesOfSpecifications) {
+  const std::string en = "en_us" + kSep + "0333";
+  const struct {
+    const char* spec;
+    const char* dir;
+    std::string fname;
+    Err err;
+  } rows[] = {
+      {"EN_US.8859-1", nullptr, en + ".lco", Err::None},  // letters folded, code set looked up
+      {"en_us.latin-1", nullptr, en + ".lco", Err::None},
+      {"ja_JP.eucJP", nullptr, "ja_jp" + kSep + "13ba.lco", Err::None},
+      {"en_US.819@Euro", nullptr, en + "Euro.lco", Err::None},
+      {"en_US.437", "/d", "en_us" + kSep + "01b5.lco", Err::None},  // a simple one ignores the directory
+      {"en_US.819@", nullptr, en + ".lco", Err::None},  // an empty modifier adds nothing
+      {"en_US.abcdefghijklmnopqrstu", nullptr, "en_us" + kSep + "03e8.lco", Err::None},
+      {"en_US.819@abcd", nullptr, en + "abcd.lco", Err::None},
+      {"en_US.57343", nullptr, "en_us" + kSep + "dfff.lco", Err::None},
+      {"KW_CTYPE = en_US.819 ; KW_TIME = en_GB.latin-1", "/d",
+       "KW_CTYPE = /d" + kMark + en + ".lco ; KW_TIME = /d" + kMark + "en_gb" + kSep + "0333.lco", Err::None},
+      // The trailing separator of a locale string is accepted and kept.
+      {"KW_MESSAGES = fr_FR.8859-1 ; ", nullptr, "KW_MESSAGES = fr_fr" + kSep + "0333.lco ; ", Err::None},
+      {"KW_CTYPE = en_US.819 ; KW_NUMERIC = de_DE.latin-1", nullptr,
+       "KW_CTYPE = " + en + ".lco ; KW_NUMERIC = de_de" + kSep + "0333.lco", Err::None},
+      // Malformed simple specifications and names that are too long.
+      {"en_US", nullptr, "<failed>", Err::Short},
+      {"en_US.", nullptr, "<failed>", Err::Short},
+      {"enUS.819", nullptr, "<failed>", Err::Short},
+      {"e1_US.819", nullptr, "<failed>", Err::Short},
+      {"en-US.819", nullptr, "<failed>", Err::Short},
+      {"en_U1.819", nullptr, "<failed>", Err::Short},
+      {"en_US.#819", nullptr, "<failed>", Err::Short},
+      {"en_US. 819", nullptr, "<failed>", Err::Short},
+      {"en_US.819@e-u", nullptr, "<failed>", Err::Short},
+      {"", nullptr, "<failed>", Err::Short},
+      {"en_US.abcdefghijklmnopqrstuv", nullptr, "<failed>", Err::Short},
+      {"en_US.unknown", nullptr, "<failed>", Err::Short},
+      {"en_US.57344", nullptr, "<failed>", Err::Short},  // 0xE000 is the unknown number
+      {"KW_TIME = en_US.57344", nullptr, "<failed>", Err::Short},
+      // The code set is looked up before the modifier and what follows the
+      // specification are checked: with a registry these fail as Short.
+      {"en_US.819 ", nullptr, "<failed>", Err::Short},
+      {"en_US.819@euros", nullptr, "<failed>", Err::Short},
+      {"en_US.819@abcde", nullptr, "<failed>", Err::Short},
   };
-  for (const char* spec : bad) {
-    EXPECT_EQ(fname(spec), "<failed>") << spec;
-    EXPECT_KW_ERROR(slot_, Err::Short);
+  for (const auto& row : rows) {
+    EXPECT_EQ(fname(row.spec, row.dir), row.fname) << row.spec;
+    EXPECT_KW_ERROR(slot_, row.err);
   }
-  // An '@' with no modifier after it is accepted and adds nothing.
-  EXPECT_EQ(fname("en_US.819@"), "en_us" + kSep + "0333.lco");
 }
 
-TEST_F(SpecTest, CodeSetNamesUpToTwentyOneCharacters) {
-  EXPECT_EQ(fname("en_US.abcdefghijklmnopqrstu"), "en_us" + kSep + "03e8.lco");
-  EXPECT_EQ(fname("en_US.abcdefghijklmnopqrstuv"), "<failed>");
-  EXPECT_KW_ERROR(slot_, Err::Short);
-  EXPECT_EQ(fname("en_US.819@abcd"), "en_us" + kSep + "0333abcd.lco");
-  EXPECT_EQ(fname("en_US.819@abcde"), "<failed>");
-  EXPECT_KW_ERROR(slot_, Err::Short);
-}
-
-TEST_F(SpecTest, LookupErrorsStayInTheSlot) {
-  EXPECT_EQ(fname("en_US.unknown"), "<failed>");
-  EXPECT_KW_ERROR(slot_, Err::Short);
-  reg_ = missing_file();
-  EXPECT_EQ(fname("en_US.819"), "<failed>");
-  EXPECT_KW_ERROR(slot_, Err::Format);
-  EXPECT_EQ(cs_num("KW_CTYPE = en_US.819 ; "), kUnknown);
-  EXPECT_KW_ERROR(slot_, Err::Format);
-}
-
-TEST_F(SpecTest, CompositeFileNameCarriesTheDirectoryPart) {
-  EXPECT_EQ(fname("KW_CTYPE = en_US.819 ; KW_TIME = en_GB.latin-1", "/d"),
-            "KW_CTYPE = /d" + kMark + "en_us" + kSep + "0333.lco ; KW_TIME = /d" + kMark + "en_gb" + kSep +
-                "0333.lco");
-  // The trailing separator of a locale string is accepted and kept.
-  EXPECT_EQ(fname("KW_MESSAGES = fr_FR.8859-1 ; "), "KW_MESSAGES = fr_fr" + kSep + "0333.lco ; ");
-  EXPECT_EQ(slot_, 0u);
-}
-
+// Composite specifications that neither walk accepts.
 TEST_F(SpecTest, CompositeRejectsRepeatsMismatchesAndBadSeparators) {
   const char* bad[] = {
       "KW_TIME = en_US.819 ; KW_TIME = en_US.819",   // category twice
@@ -108,29 +109,47 @@ TEST_F(SpecTest, CompositeRejectsRepeatsMismatchesAndBadSeparators) {
   }
 }
 
-// The file-name walk stops at the end of the text; the code-set walk wants
-// " ; " after every entry, the last one included.
-TEST_F(SpecTest, TheTwoCompositeWalksDifferOnTheLastSeparator) {
-  const char* without = "KW_CTYPE = en_US.819 ; KW_NUMERIC = de_DE.latin-1";
-  const char* with = "KW_CTYPE = en_US.819 ; KW_NUMERIC = de_DE.latin-1 ; ";
-  EXPECT_NE(fname(without), "<failed>");
-  EXPECT_NE(fname(with), "<failed>");
-  EXPECT_EQ(cs_num(with), 819);
-  EXPECT_EQ(slot_, 0u);
-  EXPECT_EQ(cs_num(without), kUnknown);
-  EXPECT_KW_ERROR(slot_, Err::Short);
+// Code-set numbers of simple specifications, composite ones (which want
+// " ; " after every entry, the last one included) and bare names.
+TEST_F(SpecTest, CodeSetNumbersOfSpecifications) {
+  const struct {
+    const char* spec;
+    std::uint16_t number;
+    Err err;
+  } rows[] = {
+      {"en_US.ISO-8859-1", 819, Err::None},
+      {"en_US.437@euro", 437, Err::None},
+      {"Latin-1", 819, Err::None},
+      {"1252", 1252, Err::None},
+      {"KW_CTYPE = en_US.819 ; KW_NUMERIC = de_DE.latin-1 ; ", 819, Err::None},
+      {"KW_CTYPE = en_US.819 ; KW_NUMERIC = de_DE.latin-1", kUnknown, Err::Short},
+      {"en_US.819 x", kUnknown, Err::Short},
+      {"nonsense", kUnknown, Err::Short},
+      {"en_US.57344", kUnknown, Err::Short},  // the unknown number names no code set
+      {"KW_CTYPE = en_US.57344 ; ", kUnknown, Err::Short},
+      {"57344", kUnknown, Err::Short},
+  };
+  for (const auto& row : rows) {
+    EXPECT_EQ(cs_num(row.spec), row.number) << row.spec;
+    EXPECT_KW_ERROR(slot_, row.err);
+  }
 }
 
-TEST_F(SpecTest, CodeSetNumberOfSimpleSpecsAndBareNames) {
-  EXPECT_EQ(cs_num("en_US.ISO-8859-1"), 819);
-  EXPECT_EQ(cs_num("en_US.437@euro"), 437);
-  EXPECT_EQ(cs_num("Latin-1"), 819);
-  EXPECT_EQ(cs_num("1252"), 1252);
-  EXPECT_EQ(slot_, 0u);
-  EXPECT_EQ(cs_num("en_US.819 x"), kUnknown);
-  EXPECT_KW_ERROR(slot_, Err::Short);
-  EXPECT_EQ(cs_num("nonsense"), kUnknown);
-  EXPECT_KW_ERROR(slot_, Err::Short);
+// Without a registry file every lookup fails with Format, and the code set
+// is looked up as soon as its name is read, before the modifier and what
+// follows the specification are checked.
+TEST_F(SpecTest, LookupErrorsStayInTheSlot) {
+  reg_ = missing_file();
+  for (const char* spec : {"en_US.819", "en_US.819@abcde", "en_US.819 junk", "KW_CTYPE = en_US.819@abcde",
+                           "KW_CTYPE = en_US.819 ; "}) {
+    EXPECT_EQ(fname(spec), "<failed>") << spec;
+    EXPECT_KW_ERROR(slot_, Err::Format);
+    EXPECT_EQ(cs_num(spec), kUnknown) << spec;
+    EXPECT_KW_ERROR(slot_, Err::Format);
+  }
+  char out[KW_LC_SHORT_SIZE];
+  EXPECT_EQ(kw_lc_short_spec2lc_short_norm(slot_handle(), "KW_CTYPE = en_US.819", out, reg_.c_str()), -1);
+  EXPECT_KW_ERROR(slot_, Err::Format);
 }
 
 TEST_F(SpecTest, LengthTakingFormConsidersOnlyItsBytes) {
@@ -218,10 +237,15 @@ TEST_F(SpecTest, PiecesToSpecificationChecksEachPiece) {
   ASSERT_EQ(kw_lc_pieces2lc_spec(slot_handle(), "EN_us", "fffff", "modifier", spec), 0);
   EXPECT_STREQ(spec, "EN_us.fffff@modi");
   EXPECT_EQ(spec[KW_LC_SHORT_SIZE], 'X');
+  // Only the first five characters of the code-set piece are read and copied.
+  ASSERT_EQ(kw_lc_pieces2lc_spec(slot_handle(), "en_US", "123456", nullptr, spec), 0);
+  EXPECT_STREQ(spec, "en_US.12345");
+  ASSERT_EQ(kw_lc_pieces2lc_spec(slot_handle(), "en_US", "12345-x", "", spec), 0);
+  EXPECT_STREQ(spec, "en_US.12345");
   const struct {
     const char* lang;
     const char* cs;
-  } bad[] = {{"en_U", "819"}, {"en-US", "819"}, {"en_US", ""}, {"en_US", "8859-1"}, {"en_US", "123456"}};
+  } bad[] = {{"en_U", "819"}, {"en-US", "819"}, {"en_US", ""}, {"en_US", "8859-1"}, {"en_US", "1234g"}};
   for (const auto& b : bad) {
     EXPECT_EQ(kw_lc_pieces2lc_spec(slot_handle(), b.lang, b.cs, nullptr, spec), -1) << b.lang << " " << b.cs;
     EXPECT_KW_ERROR(slot_, Err::Short);
@@ -287,6 +311,10 @@ TEST_F(SpecTest, ShortAndLongForms) {
   // A number that no name maps to stays a number.
   ASSERT_EQ(kw_lc_short2lc_long(slot_handle(), "en_US.4242", out, sizeof out, reg_.c_str()), 0);
   EXPECT_STREQ(out, "en_US.4242");
+  // A registry name holding '@' would read back as a modifier: it is passed over.
+  const std::string with_at = write_file("cs@x 4000\nplain 4000\n", "registry-at");
+  ASSERT_EQ(kw_lc_short2lc_long(slot_handle(), "en_US.4000@m", out, sizeof out, with_at.c_str()), 0);
+  EXPECT_STREQ(out, "en_US.plain@m");
   ASSERT_EQ(kw_lc_spec2lc_short(slot_handle(), "en_us.ISO-8859-1", out, sizeof out, reg_.c_str()), 0);
   EXPECT_STREQ(out, "en_US.819");
   EXPECT_EQ(slot_, 0u);
@@ -347,6 +375,67 @@ TEST_F(SpecTest, NullPointersAreRejected) {
   EXPECT_KW_ERROR(slot_, Err::BadPtr);
   EXPECT_EQ(kw_lc_spec2lc_norm(slot_handle(), "en_US.819", out, 0, reg_.c_str()), -1);
   EXPECT_KW_ERROR(slot_, Err::TooBig);
+}
+
+
+std::string g_kw_path;
+char* KW_CALL long_search_path(const char* name) {
+  return std::strcmp(name, "KW_PATH") == 0 ? g_kw_path.data() : nullptr;
+}
+
+// Null, empty and over-long inputs and tiny buffers never crash, never write
+// past the given size, and fail with an error number rather than succeed.
+TEST_F(SpecTest, EntryPointsSurviveNullEmptyAndOverlongInput) {
+  g_kw_path = std::string(2500, 'p') + ";" + std::string(2499, 'q');  // 5000 characters
+  ASSERT_EQ(kw_setextfunc(nullptr, KW_EXT_GETENV, reinterpret_cast<kw_extfunc>(&long_search_path)), 0);
+  std::string composite;
+  while (composite.size() < 10240) composite += "KW_CTYPE = en_US.819 ; ";
+  const std::string long_spec = "en_US." + std::string(10240, 'x');
+  const std::string long_name(2000, 'n');
+  const std::string long_registry = write_file(long_name + " 5\n8859-1 819\n", "registry-long");
+  const char* texts[] = {nullptr,           "",  composite.c_str(), long_spec.c_str(), long_name.c_str(),
+                         "KW_CTYPE = ",     "e", "en_us/",          "\xff\xff"};
+  const char* registries[] = {nullptr, reg_.c_str(), long_registry.c_str(), long_name.c_str()};
+  constexpr char kGuard = '#';
+  for (const char* registry : registries) {
+    for (const char* text : texts) {
+      const std::string what = std::string(text == nullptr ? "(null)" : std::string(text).substr(0, 12));
+      char fixed[KW_LC_FNAME_SIZE];
+      EXPECT_EQ(kw_lc_spec2lc_fname(slot_handle(), text, fixed, registry, long_name.c_str()), -1) << what;
+      EXPECT_NE(kw_lc_spec2msg_dname(slot_handle(), text, fixed, registry, long_name.c_str()), 0) << what;
+      EXPECT_EQ(kw_lc_spec2cs_num(slot_handle(), text, registry), kUnknown) << what;
+      EXPECT_EQ(kw_lc_short_spec2lc_short_norm(slot_handle(), text, fixed, registry), -1) << what;
+      EXPECT_EQ(kw_is_lc_spec(slot_handle(), text), 0) << what;
+      char lang[KW_LC_LANG_SIZE], cs[KW_LC_CSNUM_SIZE], mod[KW_LC_MOD_SIZE];
+      EXPECT_EQ(kw_lc_fname2lc_pieces(slot_handle(), text, lang, cs, mod), -1) << what;
+      EXPECT_EQ(kw_lc_pieces2lc_spec(slot_handle(), text, text, text, fixed), -1) << what;
+      for (std::size_t size : {0, 1, 5}) {
+        char buf[8];
+        std::memset(buf, kGuard, sizeof buf);
+        EXPECT_EQ(kw_lc_fname2lc_spec(slot_handle(), text, buf, size), -1) << what;
+        EXPECT_EQ(kw_lc_spec2lc_norm(slot_handle(), text, buf, size, registry), -1) << what;
+        EXPECT_EQ(kw_lc_short2lc_long(slot_handle(), text, buf, size, registry), -1) << what;
+        EXPECT_EQ(kw_lc_spec2lc_short(slot_handle(), text, buf, size, registry), -1) << what;
+        EXPECT_EQ(kw_lc_spec2category(slot_handle(), text, KW_CTYPE, buf, size), -1) << what;
+        for (std::size_t i = size; i < sizeof buf; ++i) ASSERT_EQ(buf[i], kGuard) << what << " size " << size;
+      }
+      EXPECT_NE(slot_, 0u) << what;
+      slot_ = 0;
+    }
+  }
+  // The code-set name lookup cuts long names and fails cleanly on odd ones.
+  EXPECT_EQ(kw_cs_name2cs_num(slot_handle(), long_name.c_str(), long_registry.c_str()), kUnknown);
+  EXPECT_KW_ERROR(slot_, Err::Short);
+  EXPECT_EQ(kw_cs_name2cs_num(slot_handle(), long_name.c_str(), nullptr), kUnknown);
+  EXPECT_KW_ERROR(slot_, Err::Format);
+  // Tiny buffers for a valid specification: too small, nothing past them.
+  for (std::size_t size : {0, 1, 9}) {
+    char buf[12];
+    std::memset(buf, kGuard, sizeof buf);
+    EXPECT_EQ(kw_lc_spec2lc_short(slot_handle(), "en_US.819@euro", buf, size, reg_.c_str()), -1);
+    EXPECT_KW_ERROR(slot_, Err::TooBig);
+    for (std::size_t i = size; i < sizeof buf; ++i) ASSERT_EQ(buf[i], kGuard) << size;
+  }
 }
 
 }  // namespace
