@@ -193,8 +193,9 @@ KW_API int KW_CALL kw_lc_spec2msg_dname(void *handle, const char *spec, char *dn
  * (033301b5.cvo); `fname`: KW_LC_FNAME_SIZE. 0, or -1 with KW_E2BIG. */
 KW_API int KW_CALL kw_cs_nums2cv_fname(void *handle, uint16_t first, uint16_t second, char *fname,
                                        const char *directory);
-/* Joins "ll_TT", a code-set piece of 1-5 hex-digit characters and an optional modifier (first 4
- * characters) into "ll_TT.cs@mod"; `spec`: KW_LC_SHORT_SIZE. 0 or -1 (error only with a handle). */
+/* Joins "ll_TT", a non-empty code-set piece (first 5 characters, each a hex digit) and an optional
+ * modifier (first 4 characters) into "ll_TT.cs@mod"; `spec`: KW_LC_SHORT_SIZE. 0 or -1 (error only
+ * with a handle). */
 KW_API int KW_CALL kw_lc_pieces2lc_spec(void *handle, const char *language, const char *codeset,
                                         const char *modifier, char *spec);
 /* Splits en_us/0333mod.lco into "en_US", "819", "mod" (sizes KW_LC_LANG_SIZE, KW_LC_CSNUM_SIZE,
@@ -213,7 +214,8 @@ KW_API int KW_CALL kw_lc_fname2lc_spec(void *handle, const char *fname, char *sp
 KW_API int KW_CALL kw_lc_spec2lc_norm(void *handle, const char *spec, char *norm, size_t size,
                                       const char *registry);
 /* Long form of a simple spec: ll_TT.<name>[@mod], name being the first in search order (file or
- * cache order, else built-in order; "c" and "posix" skipped) mapping to its number, else the number. */
+ * cache order, else built-in order; "c", "posix" and names with '@' skipped) mapping to its number,
+ * else the number. */
 KW_API int KW_CALL kw_lc_short2lc_long(void *handle, const char *spec, char *long_spec, size_t size,
                                        const char *registry);
 /* Short form of a simple spec, short or long: ll_TT.<decimal number>[@mod]
@@ -233,7 +235,10 @@ KW_API int KW_CALL kw_lc_spec2category(void *handle, const char *spec, int categ
 /* Loads the charmap object of code set or locale `name` (`length` bytes, -1 up
  * to its terminator) from `directory`, or along the object search path when
  * null. Stores a record in *result even on failure: 0, or -1 with the reason
- * in the record's error slot (a static record for KW_ENOMEM/KW_ENOFILE). */
+ * in the record's error slot (a static record for KW_ENOMEM/KW_ENOFILE).
+ * KW_EBADTYPE also covers malformed entries: a name over 70 characters, an
+ * unknown kind, a byte count outside 1..4, a range of over 2^24 characters,
+ * a character that is a prefix of another. */
 KW_API int KW_CALL kw_cm_load(kw_charmap **result, const char *name, int length, const char *directory);
 /* Releases a record from kw_cm_load; null and the static records are ignored. */
 KW_API void KW_CALL kw_cm_unload(kw_charmap *charmap);
@@ -256,7 +261,8 @@ KW_API int32_t KW_CALL kw_cm_mblen(kw_charmap *charmap, const char *s, int lengt
  * qrt_ forms take byte lengths where -1 means "up to the terminator". */
 
 /* Decodes the character at s (at most length bytes; -1: the string) into *wc.
- * Returns its byte count, 0 for NUL or null s, -1 (KW_ESHORT, KW_EILSEQ). */
+ * Returns its byte count, 0 for NUL or null s, -1 (KW_ESHORT, KW_EILSEQ). A
+ * string that -1 cannot measure (kw_mbsbytes fails) is KW_ESHORT. */
 KW_API int KW_CALL qrt_kw_full_mbtowc(kw_locale *h, kw_wchar_t *wc, const char *s, int length);
 /* The same without the -1 convention: a length below 1 is KW_ESHORT. */
 KW_API int KW_CALL kw_full_mbtowc(kw_locale *h, kw_wchar_t *wc, const char *s, int length);
@@ -278,12 +284,12 @@ KW_API char *KW_CALL qrt_kw_full_mbsnext(kw_locale *h, const char *s, int length
 /* Start of the character that ends at position; null with KW_ENOPREV when
  * position is not after start, or with the decoding error. */
 KW_API char *KW_CALL kw_full_mbsprev(kw_locale *h, const char *start, const char *position);
-/* Bytes of s with its terminator; 0 for null s or a decoding error. */
+/* Bytes of s with its terminator; 0 for null s, or 0 with the decoding error. */
 KW_API unsigned KW_CALL kw_mbsbytes(kw_locale *h, const char *s);
 /* Characters before the NUL character (automaton walk); -1 on a decoding error. */
 KW_API int KW_CALL kw_im_mbslen(kw_locale *h, const char *s);
 /* Characters in the first length bytes (-1: up to the terminator); a
- * character running past them is KW_EILSEQ. */
+ * character running past them is KW_EILSEQ, a length below -1 KW_EINVAL. */
 KW_API int KW_CALL qrt_kw_im_mbfslen(kw_locale *h, const char *s, int length);
 /* Values before the 0 value of a wide string (0 for null). */
 KW_API int KW_CALL kw_wcslen(const kw_wchar_t *ws);
@@ -295,7 +301,8 @@ KW_API int KW_CALL kw_mbsterm(kw_locale *h, char *out);
 KW_API int KW_CALL kw_ismbsterm(kw_locale *h, const char *s);
 /* Decodes at most count characters of s (length bytes, -1: terminated) into
  * out (null: count only; slots after those stored may be zeroed). Returns the
- * values before the stored 0 (-1 form) or the values stored; -1, KW_EILSEQ. */
+ * values before the stored 0 (-1 form) or the values stored; -1, KW_EILSEQ
+ * (KW_EINVAL for a length below -1 or a negative count). */
 KW_API int KW_CALL qrt_kw_im_mbfstowcfs(kw_locale *h, kw_wchar_t *out, const char *s, int length, int count);
 /* The same for a terminated string. */
 KW_API int KW_CALL kw_im_mbstowcs(kw_locale *h, kw_wchar_t *out, const char *s, int count);
@@ -306,7 +313,8 @@ KW_API void KW_CALL kw_is_mbstowcs(kw_locale *h, kw_wchar_t *out, const char *s,
 /* Encodes wide values (wlength, -1: up to 0) into at most room bytes (those
  * after the written ones may be zeroed), stopping before a character that does
  * not fit; the -1 form adds the terminator when it fits (not counted).
- * Returns the bytes written, -1 with KW_EILSEQ. */
+ * Returns the bytes written, -1 with KW_EILSEQ (KW_EINVAL: wlength below -1
+ * or negative room). */
 KW_API int KW_CALL qrt_kw_full_wcstombs(kw_locale *h, char *out, const kw_wchar_t *ws, int wlength, int room);
 KW_API int KW_CALL kw_full_wcstombs(kw_locale *h, char *out, const kw_wchar_t *ws, int room);
 /* Single-byte form: a value above 255 is KW_EILSEQ. */
@@ -317,7 +325,8 @@ KW_API int KW_CALL kw_is_wcstombs(kw_locale *h, char *out, const kw_wchar_t *ws,
 KW_API char *KW_CALL kw_full_getmbsi(kw_locale *h, const char *s, int index);
 /* Replaces character number index of s by the one character at `character`
  * (at the terminator: appends it) and returns s. The caller's buffer must
- * have room for the longer string; the tail is moved to fit. */
+ * have room for the longer string; the tail is moved to fit. Errors as
+ * kw_full_getmbsi; a NUL replacement character is KW_EINVAL. */
 KW_API char *KW_CALL kw_full_putmbsi(kw_locale *h, char *s, int index, const char *character);
 /* Characters (bytes) of s without its trailing run of blank, non-control
  * characters; -1 on error (KW_EBADPTR, decoding errors, KW_EINVAL length). */

@@ -9,6 +9,21 @@ namespace kw::codeset {
 
 const std::uint8_t kZeroTable[256] = {};
 
+#define KW_Z4 kZeroTable, kZeroTable, kZeroTable, kZeroTable
+#define KW_Z16 KW_Z4, KW_Z4, KW_Z4, KW_Z4
+#define KW_Z64 KW_Z16, KW_Z16, KW_Z16, KW_Z16
+const std::uint8_t* const kNoThird[256] = {KW_Z64, KW_Z64, KW_Z64, KW_Z64};
+#define KW_N4 kNoThird, kNoThird, kNoThird, kNoThird
+#define KW_N16 KW_N4, KW_N4, KW_N4, KW_N4
+#define KW_N64 KW_N16, KW_N16, KW_N16, KW_N16
+const FastTables kNoFast = {{}, {KW_N64, KW_N64, KW_N64, KW_N64}};
+#undef KW_N64
+#undef KW_N16
+#undef KW_N4
+#undef KW_Z64
+#undef KW_Z16
+#undef KW_Z4
+
 namespace {
 
 // Largest per-character data accepted; data tables are 256 slots of the
@@ -78,6 +93,50 @@ bool own_data(Automaton& a, Node& node) noexcept {
   return true;
 }
 
+// Derived tables: an empty set (no pairs, every row kNoThird).
+FastTables* fast_create() noexcept {
+  auto* f = alloc_array<FastTables>(1);
+  if (f == nullptr) return nullptr;
+  std::memset(f->pairs, 0, sizeof f->pairs);
+  for (auto& row : f->third) row = kNoThird;
+  return f;
+}
+
+void fast_release(FastTables* f) noexcept {
+  if (f == nullptr) return;
+  for (const std::uint8_t* const* row : f->third) {
+    if (row != kNoThird) kw_mem_free(const_cast<const std::uint8_t**>(row));
+  }
+  kw_mem_free(f);
+}
+
+// Gives first byte `b0` its own row of third-level class tables.
+bool fast_own_row(FastTables& f, std::uint8_t b0) noexcept {
+  if (f.third[b0] != kNoThird) return true;
+  auto* row = alloc_array<const std::uint8_t*>(256);
+  if (row == nullptr) return false;
+  for (unsigned k = 0; k < 256; ++k) row[k] = kZeroTable;
+  f.third[b0] = row;
+  return true;
+}
+
+// The child a byte of class kMore leads to, or null for any other class.
+const Node* child_of(const Node* node, std::uint8_t b) noexcept {
+  return node->cls[b] == kMore ? node->children[node->index[b]] : nullptr;
+}
+
+// Brings the derived entries of the first two bytes `b0 b1` in line with
+// the nodes. The row of b0 must be its own when b0 b1 lead to a node.
+void fast_update(FastTables& f, const Node* root, std::uint8_t b0, std::uint8_t b1) noexcept {
+  const Node* n1 = child_of(root, b0);
+  const std::uint32_t pair = (std::uint32_t{b0} << 8) | b1;
+  const std::uint64_t bit = std::uint64_t{1} << (pair & 63);
+  if (n1 != nullptr && n1->cls[b1] == kComplete) f.pairs[pair >> 6] |= bit;
+  else f.pairs[pair >> 6] &= ~bit;
+  const Node* n2 = n1 != nullptr ? child_of(n1, b1) : nullptr;
+  if (f.third[b0] != kNoThird) const_cast<const std::uint8_t**>(f.third[b0])[b1] = n2 != nullptr ? n2->cls : kZeroTable;
+}
+
 void release_node(Node* node, bool shared) noexcept {
   for (std::uint32_t i = 0; i < node->next_child; ++i) release_node(node->children[i], shared);
   if (node->class_no < 0) {
@@ -89,6 +148,8 @@ void release_node(Node* node, bool shared) noexcept {
   kw_mem_free(node->children);
   kw_mem_free(node);
 }
+
+Err insert_nodes(Automaton& a, const std::uint8_t* seq, std::size_t n, const void* data) noexcept;
 
 }  // namespace
 
@@ -148,6 +209,7 @@ void automaton_release(Automaton* a) noexcept {
   kw_mem_free(a->shared_nodes);
   kw_mem_free(a->shared_classes);
   kw_mem_free(a->shared_data);
+  fast_release(a->fast);
   kw_mem_free(a->default_data);
   kw_mem_free(a);
 }
@@ -155,6 +217,41 @@ void automaton_release(Automaton* a) noexcept {
 Err automaton_insert(Automaton& a, const std::uint8_t* seq, std::size_t n, const void* data) noexcept {
   if (n < 1 || n > kMaxSequence || seq == nullptr || a.root == nullptr) return Err::BadType;
   if ((a.flags & kSharedTables) != 0) return Err::BadType;
+  // The derived tables exist from the first character of two bytes or more
+  // on, and a row of third-level tables from the first one of three bytes or
+  // more: both are allocated before any node changes.
+  if (n >= 2 && a.fast == nullptr && (a.fast = fast_create()) == nullptr) return Err::NoMem;
+  if (n >= 3 && !fast_own_row(*a.fast, seq[0])) return Err::NoMem;
+  const Err e = insert_nodes(a, seq, n, data);
+  // Class tables may have been made (and classes set) even on failure.
+  if (n >= 2) fast_update(*a.fast, a.root, seq[0], seq[1]);
+  return e;
+}
+
+Err automaton_prepare(Automaton& a) noexcept {
+  fast_release(a.fast);
+  a.fast = nullptr;
+  if (a.root == nullptr) return Err::None;
+  FastTables* f = fast_create();
+  if (f == nullptr) return Err::NoMem;
+  for (unsigned b0 = 0; b0 < 256; ++b0) {
+    const Node* n1 = child_of(a.root, static_cast<std::uint8_t>(b0));
+    if (n1 == nullptr) continue;
+    for (unsigned b1 = 0; b1 < 256; ++b1) {
+      if (n1->cls[b1] == kMore && !fast_own_row(*f, static_cast<std::uint8_t>(b0))) {
+        fast_release(f);
+        return Err::NoMem;
+      }
+      fast_update(*f, a.root, static_cast<std::uint8_t>(b0), static_cast<std::uint8_t>(b1));
+    }
+  }
+  a.fast = f;
+  return Err::None;
+}
+
+namespace {
+
+Err insert_nodes(Automaton& a, const std::uint8_t* seq, std::size_t n, const void* data) noexcept {
   Node* node = a.root;
   // Every step first makes all allocations it needs and only then links the
   // new pieces, so a failed allocation leaves a consistent automaton (extra
@@ -191,6 +288,8 @@ Err automaton_insert(Automaton& a, const std::uint8_t* seq, std::size_t n, const
   if (len < a.shortest) a.shortest = len;
   return Err::None;
 }
+
+}  // namespace
 
 Match automaton_lookup_wide(const Automaton& a, std::uint32_t v, std::uint8_t* out) noexcept {
   const std::uint32_t n = wide_length(a, v);

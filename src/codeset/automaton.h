@@ -38,6 +38,22 @@ struct Node {
   Node** children;           // next_child pointers (grown as needed), or null
 };
 
+// Tables derived from the node graph for the codec's fast paths, owned by
+// the automaton. automaton_insert keeps them in step with the nodes;
+// automata whose nodes are built elsewhere get them from automaton_prepare.
+// Absent (null) until then, and readers fall back to the general walk.
+struct FastTables {
+  // Bit (b0 << 8 | b1) is set when the bytes b0 b1 form a complete character.
+  std::uint64_t pairs[1024];
+  // For first byte b0: indexed by the second byte, the class table of the
+  // node the two bytes lead to (kZeroTable where they lead to no node).
+  const std::uint8_t* const* third[256];
+};
+
+// Derived tables that match no character: stand-ins for readers of an
+// automaton without its own.
+extern const FastTables kNoFast;
+
 struct Automaton {
   std::uint32_t data_size;   // bytes of data per character
   std::uint32_t longest;     // most bytes of any inserted character (0 when empty)
@@ -52,15 +68,36 @@ struct Automaton {
   void* shared_nodes;
   void* shared_classes;
   void* shared_data;
+  // Derived tables for the fast paths (see FastTables); null when absent.
+  FastTables* fast;
 };
 
 // The all-zero 256-byte table that absent class tables and index maps use.
 extern const std::uint8_t kZeroTable[256];
 
+// 256 pointers to kZeroTable: the FastTables::third row of a first byte that
+// leads to no node of depth two.
+extern const std::uint8_t* const kNoThird[256];
+
 // Creates an empty automaton (flags kMarkComplete) whose characters carry
 // `data_size` bytes of data, each initialised from `default_data` (zeros when
 // null). Err::NoMem on allocation failure.
 Result<Automaton*> automaton_create(std::uint32_t data_size, const void* default_data) noexcept;
+
+// Builds the derived tables (FastTables) of an automaton whose nodes were
+// built without automaton_insert (the compact form). Err::NoMem leaves the
+// automaton without them, which only costs speed.
+Err automaton_prepare(Automaton& a) noexcept;
+
+// The derived tables of `a`, or kNoFast when it has none.
+inline const FastTables& fast_tables(const Automaton& a) noexcept {
+  return a.fast != nullptr ? *a.fast : kNoFast;
+}
+
+// Whether the two bytes of `pair` (first byte high) form a complete character.
+inline bool fast_pair(const FastTables& f, std::uint32_t pair) noexcept {
+  return ((f.pairs[pair >> 6] >> (pair & 63)) & 1) != 0;
+}
 
 // Releases the automaton and every table it owns; null is ignored. Shared
 // storage (kSharedTables) is released block by block, not node by node.
@@ -91,7 +128,8 @@ Node* node_create() noexcept;
 // half-linked node); Err::BadType when n is outside 1..4, the automaton uses
 // shared tables, or the sequence conflicts with an existing one (a prefix of,
 // or extending, a complete character). Inserting a character again only
-// replaces its data (when given).
+// replaces its data (when given). The derived tables follow every insert
+// (their blocks are allocated before any node changes).
 Err automaton_insert(Automaton& a, const std::uint8_t* seq, std::size_t n, const void* data) noexcept;
 
 // The outcome of recognising one character.

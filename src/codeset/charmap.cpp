@@ -20,14 +20,20 @@ void init_static(kw_charmap& cm, Err e) noexcept {
   cm.is_static = true;
 }
 
-// Reads one line into `buf` without its newline. False at the end of the
-// stream or on a read error.
+// Reads one line into `buf` and drops its last character, which is taken to
+// be the newline whatever it is: a last line without a newline loses a real
+// character, and a line of 127 characters or more is read in pieces that
+// each lose their last character. A CR before the newline goes with it, so
+// that files with CR LF line ends read as they do in text mode. False at the
+// end of the stream or on a read error.
 bool read_line(std::FILE* f, char (&buf)[kCmoLineSize]) noexcept {
   if (kw_ext_fgets(buf, static_cast<int>(kCmoLineSize), f) == nullptr) return false;
   buf[kCmoLineSize - 1] = '\0';
   std::size_t n = std::strlen(buf);
-  if (n > 0 && buf[n - 1] == '\n') buf[--n] = '\0';
-  if (n > 0 && buf[n - 1] == '\r') buf[--n] = '\0';
+  if (n == 0) return true;  // a zero byte first: nothing to drop
+  const bool newline = buf[n - 1] == '\n';
+  buf[--n] = '\0';
+  if (newline && n > 0 && buf[n - 1] == '\r') buf[--n] = '\0';
   return true;
 }
 
@@ -47,11 +53,6 @@ class LineScanner {
   void skip_space() noexcept {
     while (is_space(*p_)) ++p_;
   }
-  bool at_end() noexcept {
-    skip_space();
-    return *p_ == '\0';
-  }
-
   void character(char& out) noexcept {
     if (!ok_ || *p_ == '\0') return fail();
     out = *p_++;
@@ -120,6 +121,10 @@ class LineScanner {
   bool ok_ = true;
 };
 
+// The header. A third line that is not HEADER_LENGTH=, or a header that
+// ends before its promised lines, is not a charmap object (BadType); a
+// length that does not scan reads as 3, a length below 3 reads no further
+// line.
 Err read_header(kw_charmap& cm, std::FILE* f) noexcept {
   char line[kCmoLineSize];
   if (!read_line(f, line) || std::strcmp(line, kCmoFileType) != 0) return Err::BadType;
@@ -143,9 +148,13 @@ Err read_header(kw_charmap& cm, std::FILE* f) noexcept {
   return Err::None;
 }
 
+// One body line. The kind is the line's first character, blank or not (a
+// blank kind is unknown); an empty line carries nothing. Byte counts outside
+// 1..4 and ranges of more than kMaxRangeCount characters are malformed
+// (BadType), like names of 71 characters or more and unknown kinds.
 Err read_entry(kw_charmap& cm, const char* line) noexcept {
+  if (line[0] == '\0') return Err::None;
   LineScanner scan(line);
-  if (scan.at_end()) return Err::None;  // blank lines carry nothing
   char kind = 0;
   std::int32_t format = 0;
   char name[kSymbolNameSize] = {};
@@ -241,8 +250,16 @@ std::size_t seq_hash(const ByteSeq& s) noexcept {
   return sum % kBuckets;
 }
 
-kw_charmap* static_nomem_charmap() noexcept { return &g_nomem_record; }
-kw_charmap* static_nofile_charmap() noexcept { return &g_nofile_record; }
+// Calls on a static record may store other errors in its slot; each time
+// one is handed out for a failed load, its slot is set back to its reason.
+kw_charmap* static_nomem_charmap() noexcept {
+  init_static(g_nomem_record, Err::NoMem);
+  return &g_nomem_record;
+}
+kw_charmap* static_nofile_charmap() noexcept {
+  init_static(g_nofile_record, Err::NoFile);
+  return &g_nofile_record;
+}
 
 void reset_charmap_for_tests() noexcept {
   init_static(g_nomem_record, Err::NoMem);

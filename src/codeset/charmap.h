@@ -114,7 +114,8 @@ struct kw_charmap {
 namespace kw::codeset {
 
 // The records that stand in for a charmap that could not be made; their
-// error slots hold NoMem and NoFile. Never released.
+// error slots hold NoMem and NoFile (set again each time one is returned).
+// Never released.
 kw_charmap* static_nomem_charmap() noexcept;
 kw_charmap* static_nofile_charmap() noexcept;
 

@@ -3,6 +3,7 @@
 #include "codeset/codec_core.h"
 
 #include <climits>
+#include <cstdint>
 #if defined(__SSE2__)
 #include <emmintrin.h>
 #endif
@@ -192,6 +193,26 @@ inline void widen8(kw_wchar_t* out, std::uint64_t w) noexcept {
   return 1 + m.len;
 }
 
+// Decodes the run of two-byte characters at `s`, at most `limit` of them,
+// each decided by its derived pair bit. A byte below 0x80 ends the run; any
+// other byte is followed at least by the terminator in terminated input, so
+// the second byte may be read (`limit` bounds counted input). Returns the
+// characters decoded. Kept out of line so that its few variables stay in
+// registers.
+template <bool Store>
+[[gnu::noinline]] std::size_t decode_pair_run(const FastTables& fast, kw_wchar_t* out, const std::uint8_t* s,
+                                              std::size_t limit) noexcept {
+  std::size_t k = 0;
+  for (; k < limit; ++k) {
+    const std::uint8_t b0 = s[2 * k];
+    if (b0 < 0x80) break;
+    const std::uint32_t pair = (std::uint32_t{b0} << 8) | s[2 * k + 1];
+    if (!fast_pair(fast, pair)) break;
+    if constexpr (Store) out[k] = pair;
+  }
+  return k;
+}
+
 // The decoding loop of the multibyte form. Characters of up to three bytes
 // are recognised inline with the root's tables held in registers; longer
 // ones continue with the general walk from the node reached. `Terminated`: stop
@@ -210,6 +231,7 @@ Result<int> decode_loop(const Automaton& a, kw_wchar_t* out, const std::uint8_t*
   Node* const* const rchildren = root->children;
   int i = 0;
   // Decodes one character at `s` (at most `left` bytes) into `value`.
+  const FastTables& fast = fast_tables(a);
   auto one = [&](std::size_t left, std::uint32_t& value) noexcept -> Err {
     const std::uint8_t b = s[0];
     const std::uint8_t c = rcls[b];
@@ -219,18 +241,32 @@ Result<int> decode_loop(const Automaton& a, kw_wchar_t* out, const std::uint8_t*
       return Err::None;
     }
     if (c != kMore || left < 2) return Err::Ilseq;
-    const Node* node = rchildren[rindex[b]];
+    // Two-byte characters: one bit of the derived pair table instead of a
+    // walk through the child node.
     const std::uint8_t b2 = s[1];
-    const std::uint8_t c2 = node->cls[b2];
-    if (__builtin_expect(c2 == kComplete, 1)) {
-      value = (std::uint32_t{b} << 8) | b2;
+    const std::uint32_t pair = (std::uint32_t{b} << 8) | b2;
+    if (__builtin_expect(fast_pair(fast, pair), 1)) {
+      value = pair;
       s += 2;
       return Err::None;
     }
-    if (c2 != kMore || left < 3) return Err::Ilseq;
+    if (left < 3) return Err::Ilseq;
+    // Three-byte characters: the derived table gives the class table of
+    // the node the first two bytes reach. A table other than kZeroTable
+    // means that node exists, so the second byte is kMore and the third
+    // byte belongs to the character.
+    const std::uint8_t* const t3 = fast.third[b][b2];
+    if (t3 != kZeroTable && t3[s[2]] == kComplete) {
+      value = (pair << 8) | s[2];
+      s += 3;
+      return Err::None;
+    }
+    const Node* node = rchildren[rindex[b]];
+    const std::uint8_t c2 = node->cls[b2];
+    if (c2 != kMore) return Err::Ilseq;
     const std::uint8_t b3 = s[2];
     if (node->children[node->index[b2]]->cls[b3] == kComplete) {
-      value = (std::uint32_t{b} << 16) | (std::uint32_t{b2} << 8) | b3;
+      value = (pair << 8) | b3;
       s += 3;
       return Err::None;
     }
@@ -260,6 +296,20 @@ Result<int> decode_loop(const Automaton& a, kw_wchar_t* out, const std::uint8_t*
         s += n;
         if (n == avail) continue;  // the run goes on in the next word
       }
+      // Runs of two-byte characters, each decided by its derived pair bit,
+      // entered only on a byte that starts no character of three bytes or
+      // more (runs of those would find no pairs). A byte below 0x80 ends
+      // the run; any other byte is followed at least by the terminator in
+      // terminated input, so the second byte may be read.
+      const std::uint8_t* const run = s;
+      if (fast.third[s[0]] == kNoThird) {
+        std::size_t limit = static_cast<std::size_t>(count - i);
+        if (!Terminated && static_cast<std::size_t>(end - s) / 2 < limit) limit = static_cast<std::size_t>(end - s) / 2;
+        const std::size_t n = decode_pair_run<Store>(fast, out + (Store ? i : 0), s, limit);
+        i += static_cast<int>(n);
+        s += 2 * n;
+      }
+      if (s != run) continue;
       std::uint32_t value = 0;
       if (Err e = one(Terminated ? kNoLimit : kMaxSequence, value); e != Err::None) return e;
       if constexpr (Store) out[i] = value;
@@ -384,6 +434,22 @@ inline bool encode_value(const Node* node, std::uint32_t value, std::uint32_t n,
   return true;
 }
 
+// Encodes the run of two-byte values (0x100..0xFFFF) at `ws` whose derived
+// pair bits are set, at most `limit` of them, two bytes each. Stops before
+// any other value (the terminator included). Returns the values encoded.
+// Kept out of line so that its few variables stay in registers.
+[[gnu::noinline]] std::size_t encode_pair_run(const FastTables& fast, std::uint8_t* out, const kw_wchar_t* ws,
+                                              std::size_t limit) noexcept {
+  std::size_t k = 0;
+  for (; k < limit; ++k) {
+    const std::uint32_t v = ws[k];
+    if (v - 0x100 >= 0xFF00 || !fast_pair(fast, v)) break;
+    const std::uint8_t bytes[2] = {static_cast<std::uint8_t>(v >> 8), static_cast<std::uint8_t>(v)};
+    std::memcpy(out + 2 * k, bytes, 2);
+  }
+  return k;
+}
+
 // The multibyte encoding loop. `Ascii`: values 1..0x7F are one-byte
 // characters; runs of them are encoded eight at a time (eight output bytes
 // are written when room allows, the extra ones overwritten later or left
@@ -400,6 +466,7 @@ Result<int> encode_loop(const Automaton& a, std::uint8_t* out, const kw_wchar_t*
   int written = 0;
   int i = 0;
   const bool two_byte_values = a.shortest <= 2;
+  const FastTables& fast = fast_tables(a);
   for (;;) {
     if (!Terminated && i >= wlength) return written;
     const std::uint32_t value = ws[i];
@@ -407,6 +474,16 @@ Result<int> encode_loop(const Automaton& a, std::uint8_t* out, const kw_wchar_t*
     // has at most two: tested first, in one comparison.
     if (two_byte_values && value - 0x100 < 0xFF00) {
       if (room - written < 2) return written;
+      // The run of them decided by derived pair bits.
+      std::size_t limit = static_cast<std::size_t>(room - written) / 2;
+      if (!Terminated && static_cast<std::size_t>(wlength - i) < limit) limit = static_cast<std::size_t>(wlength - i);
+      const std::size_t run = encode_pair_run(fast, out + written, ws + i, limit);
+      if (run != 0) {
+        written += 2 * static_cast<int>(run);
+        i += static_cast<int>(run);
+        continue;
+      }
+      // Without derived tables, or for a value that is no character: the nodes.
       const auto b0 = static_cast<std::uint8_t>(value >> 8);
       const auto b1 = static_cast<std::uint8_t>(value);
       if (rcls[b0] != kMore || rchildren[rindex[b0]]->cls[b1] != kComplete) return Err::Ilseq;
@@ -442,9 +519,16 @@ Result<int> encode_loop(const Automaton& a, std::uint8_t* out, const kw_wchar_t*
       const auto b0 = static_cast<std::uint8_t>(value >> 16);
       const auto b1 = static_cast<std::uint8_t>(value >> 8);
       const auto b2 = static_cast<std::uint8_t>(value);
-      if (rcls[b0] != kMore) return Err::Ilseq;
-      const Node* n1 = rchildren[rindex[b0]];
-      if (n1->cls[b1] != kMore || n1->children[n1->index[b1]]->cls[b2] != kComplete) return Err::Ilseq;
+      // A derived table other than kZeroTable is the class table of the
+      // node b0 b1 lead to; kZeroTable leaves the answer to the nodes.
+      const std::uint8_t* const t3 = fast.third[b0][b1];
+      if (t3 != kZeroTable) {
+        if (t3[b2] != kComplete) return Err::Ilseq;
+      } else {
+        if (rcls[b0] != kMore) return Err::Ilseq;
+        const Node* n1 = rchildren[rindex[b0]];
+        if (n1->cls[b1] != kMore || n1->children[n1->index[b1]]->cls[b2] != kComplete) return Err::Ilseq;
+      }
       const std::uint8_t triple[3] = {b0, b1, b2};
       std::memcpy(out + written, triple, 3);
     } else if (n == 1) {

@@ -16,12 +16,14 @@ using kw::codeset::Match;
 const std::uint8_t* bytes(const char* s) { return reinterpret_cast<const std::uint8_t*>(s); }
 
 // The walk shared by the mblen and mbtowc forms: resolves the length (-1
-// only when `minus_one` allows it) and recognises one character.
+// only when `minus_one` allows it) and recognises one character. A string
+// that cannot be measured for -1 (an illegal character anywhere before its
+// terminator) has length 0 like its kw_mbsbytes, so it fails with Short.
 Result<Match> walk(const CodecView& v, const char* s, int length, bool minus_one) noexcept {
   if (!minus_one && length < 1) return Err::Short;
   if (v.single_byte == 0 && !kw::codeset::usable(v)) return Err::Ilseq;
   const Result<std::size_t> n = kw::codeset::resolve_length(v, bytes(s), length);
-  if (!n) return n.error();
+  if (!n) return Err::Short;
   const Match m = kw::codeset::decode_one(v, bytes(s), *n);
   if (m.err != Err::None) return m.err;
   return m;

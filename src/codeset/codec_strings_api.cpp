@@ -29,12 +29,21 @@ int wcstombs(kw_locale* h, char* out, const kw_wchar_t* ws, int wlength, int roo
 
 }  // namespace
 
+// 0 is the failure value; the decoding error is stored like any failure's.
 KW_EXPORT unsigned KW_CALL kw_mbsbytes(kw_locale* h, const char* s) {
   if (h == nullptr || s == nullptr) return 0;
   const kw::codeset::CodecView& v = kw::codeset::view(h);
-  if (v.single_byte == 0 && !kw::codeset::usable(v)) return 0;
-  Err err;
-  return static_cast<unsigned>(kw::codeset::mbs_bytes(v, bytes(s), err));
+  if (v.single_byte == 0 && !kw::codeset::usable(v)) {
+    kw::frame::store_error(h, Err::Ilseq);
+    return 0;
+  }
+  Err err = Err::None;
+  const std::size_t n = kw::codeset::mbs_bytes(v, bytes(s), err);
+  if (err != Err::None) {
+    kw::frame::store_error(h, err);
+    return 0;
+  }
+  return static_cast<unsigned>(n);
 }
 
 KW_EXPORT int KW_CALL kw_im_mbslen(kw_locale* h, const char* s) {

@@ -33,21 +33,24 @@ std::size_t format_range_symbol(char* out, std::size_t size, const char* prefix,
 std::int64_t parse_range_number(const char* digits, std::size_t n, std::int32_t format) noexcept {
   const bool hex = (format & kRangeHex) != 0;
   const auto width = static_cast<std::size_t>(format & kRangeWidthMask);
-  if (n == 0 || n > 16) return -1;
-  std::int64_t v = 0;
+  if (n == 0) return -1;
+  const std::uint64_t base = hex ? 16 : 10;
+  std::uint64_t v = 0;
   for (std::size_t i = 0; i < n; ++i) {
     const char c = digits[i];
     int d = -1;
     if (c >= '0' && c <= '9') d = c - '0';
     else if (hex && c >= 'A' && c <= 'F') d = c - 'A' + 10;
     if (d < 0) return -1;
-    v = v * (hex ? 16 : 10) + d;
+    // A number beyond INT64_MAX is no symbol number: refused before it wraps.
+    if (v > (static_cast<std::uint64_t>(INT64_MAX) - static_cast<std::uint64_t>(d)) / base) return -1;
+    v = v * base + static_cast<std::uint64_t>(d);
   }
   // Only the canonical spelling names the character: no extra leading zeros
   // beyond the width, and at least the width.
   if (n < width) return -1;
   if (n > 1 && n > width && digits[0] == '0') return -1;
-  return v;
+  return static_cast<std::int64_t>(v);
 }
 
 }  // namespace kw::codeset

@@ -42,7 +42,10 @@ Result<ByteSeq> symbol_to_seq(const kw_charmap& cm, const char* name, std::size_
          i = cm.ranges[static_cast<std::size_t>(i)].next_same_name) {
       const RangeRecord& r = cm.ranges[static_cast<std::size_t>(i)];
       const std::int64_t number = parse_range_number(key + k, n - k, r.format);
-      if (number < 0) continue;
+      // First numbers are 32-bit and ranges hold at most kMaxRangeCount
+      // characters, so a larger number is in no range (and the difference
+      // below cannot overflow).
+      if (number < 0 || number > (std::int64_t{1} << 40)) continue;
       const std::int64_t index = number - r.first_number;
       if (index >= 0 && index < r.count) return seq_add(r.first, index);
     }

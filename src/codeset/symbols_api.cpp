@@ -89,6 +89,14 @@ Err next_symbol(const char*& p, const char*& name, std::size_t& n) noexcept {
 }
 
 // Decodes `syms` and hands each character's bytes to `emit`.
+// check() for a conversion of a string of `length` units (-1: up to its
+// terminator) into `size` bytes, which must hold at least the terminator.
+Err check_string(kw_charmap* cm, const void* out, const void* in, int size, int length) noexcept {
+  if (Err e = check(cm, out, in, size); e != Err::None) return e;
+  if (length < -1) return Err::Inval;
+  return size < 1 ? Err::TooBig : Err::None;
+}
+
 template <class Emit>
 Err each_symbol(const kw_charmap& cm, const char* syms, Emit&& emit) noexcept {
   const char* p = syms;
@@ -107,9 +115,7 @@ Err each_symbol(const kw_charmap& cm, const char* syms, Emit&& emit) noexcept {
 
 KW_EXPORT int KW_CALL kw_mbstosyms(kw_charmap* cm, char* out, int size, const char* mbs, int length) {
   if (cm == nullptr) return -1;
-  if (Err e = check(cm, out, mbs, size); e != Err::None) return fail(cm, e);
-  if (length < -1) return fail(cm, Err::Inval);
-  if (size < 1) return fail(cm, Err::TooBig);
+  if (Err e = check_string(cm, out, mbs, size, length); e != Err::None) return fail(cm, e);
   Out o(reinterpret_cast<std::uint8_t*>(out), static_cast<std::size_t>(size), 1);
   const auto* s = reinterpret_cast<const std::uint8_t*>(mbs);
   std::size_t left = length == -1 ? static_cast<std::size_t>(-1) : static_cast<std::size_t>(length);
@@ -127,9 +133,7 @@ KW_EXPORT int KW_CALL kw_mbstosyms(kw_charmap* cm, char* out, int size, const ch
 
 KW_EXPORT int KW_CALL kw_wcstosyms(kw_charmap* cm, char* out, int size, const kw_wchar_t* wcs, int length) {
   if (cm == nullptr) return -1;
-  if (Err e = check(cm, out, wcs, size); e != Err::None) return fail(cm, e);
-  if (length < -1) return fail(cm, Err::Inval);
-  if (size < 1) return fail(cm, Err::TooBig);
+  if (Err e = check_string(cm, out, wcs, size, length); e != Err::None) return fail(cm, e);
   Out o(reinterpret_cast<std::uint8_t*>(out), static_cast<std::size_t>(size), 1);
   for (int i = 0; length == -1 || i < length; ++i) {
     if (length == -1 && wcs[i] == 0) break;

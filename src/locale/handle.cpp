@@ -1,6 +1,7 @@
 // Locale handle life cycle: null locales and categories, freeing, copying,
 // the static handles and the post-load steps.
 #include <cstring>
+#include <span>
 
 #include "frame/hooks.h"
 #include "frame/mem.h"
@@ -19,7 +20,7 @@ codeset::Node g_empty_node = {0, -1, -1, codeset::kZeroTable, codeset::kZeroTabl
 std::uint8_t g_empty_default[2] = {0, 0};
 codeset::Automaton g_empty_automaton = {2, 0, codeset::kMaxSequence, codeset::kMarkComplete,
                                         0, 0, 0, &g_empty_node, g_empty_default, 1,
-                                        nullptr, nullptr, nullptr};
+                                        nullptr, nullptr, nullptr, nullptr};
 
 kw_locale* prepare_static(kw_locale& h, Err e) noexcept {
   h.head.error = err_number(e);
@@ -66,21 +67,36 @@ void clear_names(kw_locale& h, int category) noexcept {
   std::memset(h.wlocale_names[i], 0, sizeof h.wlocale_names[i]);
 }
 
+// The string members of the categories that hold their own strings, so that
+// nulling, freeing and copying a category cover the same members.
+using PairMember = StrPair kw_locale::*;
+constexpr PairMember kNumericPairs[] = {&kw_locale::decimal_point, &kw_locale::thousands_sep,
+                                        &kw_locale::num_positive_sign, &kw_locale::num_negative_sign};
+constexpr PairMember kMonetaryPairs[] = {&kw_locale::int_curr_symbol,   &kw_locale::currency_symbol,
+                                         &kw_locale::mon_decimal_point, &kw_locale::mon_thousands_sep,
+                                         &kw_locale::positive_sign,     &kw_locale::negative_sign};
+constexpr PairMember kMessagesPairs[] = {&kw_locale::yesexpr, &kw_locale::noexpr, &kw_locale::yesstr,
+                                         &kw_locale::nostr};
+
+std::span<const PairMember> string_pairs(int category) noexcept {
+  switch (category) {
+    case KW_NUMERIC: return kNumericPairs;
+    case KW_MONETARY: return kMonetaryPairs;
+    case KW_MESSAGES: return kMessagesPairs;
+    default: return {};
+  }
+}
+
 void null_strings(kw_locale& h, int category) noexcept {
+  for (PairMember m : string_pairs(category)) h.*m = StrPair{};
   switch (category) {
     case KW_NUMERIC:
-      h.decimal_point = h.thousands_sep = h.num_positive_sign = h.num_negative_sign = StrPair{};
       h.grouping = Grouping{};
       break;
     case KW_MONETARY:
-      h.int_curr_symbol = h.currency_symbol = h.mon_decimal_point = h.mon_thousands_sep = StrPair{};
-      h.positive_sign = h.negative_sign = StrPair{};
       h.mon_grouping = Grouping{};
       h.int_frac_digits = h.frac_digits = h.p_cs_precedes = h.p_sep_by_space = 0x7FFFFFFF;
       h.n_cs_precedes = h.n_sep_by_space = h.p_sign_posn = h.n_sign_posn = 0x7FFFFFFF;
-      break;
-    case KW_MESSAGES:
-      h.yesexpr = h.noexpr = h.yesstr = h.nostr = StrPair{};
       break;
     default:
       break;
@@ -243,17 +259,9 @@ void free_category(kw_locale& h, int category) noexcept {
       null_collate(h);
       break;
     case KW_NUMERIC:
-      free_pair(h.decimal_point);
-      free_pair(h.thousands_sep);
-      free_pair(h.num_positive_sign);
-      free_pair(h.num_negative_sign);
-      free_conv(h, KW_NUMERIC);
-      break;
     case KW_MONETARY:
-      for (StrPair* p : {&h.int_curr_symbol, &h.currency_symbol, &h.mon_decimal_point, &h.mon_thousands_sep,
-                         &h.positive_sign, &h.negative_sign})
-        free_pair(*p);
-      free_conv(h, KW_MONETARY);
+      for (PairMember m : string_pairs(category)) free_pair(h.*m);
+      free_conv(h, category);
       break;
     case KW_TIME:
       free_strings(h.abday, h.wabday, 7);
@@ -278,7 +286,7 @@ void free_category(kw_locale& h, int category) noexcept {
       free_time_derived(h);
       break;
     case KW_MESSAGES:
-      for (StrPair* p : {&h.yesexpr, &h.noexpr, &h.yesstr, &h.nostr}) free_pair(*p);
+      for (PairMember m : string_pairs(category)) free_pair(h.*m);
       break;
     default:
       return;
@@ -363,6 +371,11 @@ Err post_load(kw_locale& h) noexcept {
     if (e != Err::None) return e;
   } else {
     free_sb_tables(h);
+    // The codec's derived tables, for an automaton read from a locale object.
+    if (h.ctype != nullptr && h.ctype->fast == nullptr) {
+      const Err e = codeset::automaton_prepare(*h.ctype);
+      if (e != Err::None) return e;
+    }
   }
   refresh_codec(h);
   // The code-set check compares the categories that are loaded; an empty
@@ -412,6 +425,7 @@ Err copy_category(kw_locale& dst, const kw_locale& src, int category) noexcept {
   Err err = Err::None;
   for (int c = first; c <= last; ++c) {
     free_category(dst, c);
+    for (PairMember m : string_pairs(c)) dst.*m = src.*m;
     switch (c) {
       case KW_CTYPE:
         dst.ctype = src.ctype;
@@ -430,20 +444,10 @@ Err copy_category(kw_locale& dst, const kw_locale& src, int category) noexcept {
         dst.max_coll_expansion = src.max_coll_expansion;
         break;
       case KW_NUMERIC:
-        dst.decimal_point = src.decimal_point;
-        dst.thousands_sep = src.thousands_sep;
         dst.grouping = src.grouping;
-        dst.num_positive_sign = src.num_positive_sign;
-        dst.num_negative_sign = src.num_negative_sign;
         break;
       case KW_MONETARY:
-        dst.int_curr_symbol = src.int_curr_symbol;
-        dst.currency_symbol = src.currency_symbol;
-        dst.mon_decimal_point = src.mon_decimal_point;
-        dst.mon_thousands_sep = src.mon_thousands_sep;
         dst.mon_grouping = src.mon_grouping;
-        dst.positive_sign = src.positive_sign;
-        dst.negative_sign = src.negative_sign;
         std::memcpy(&dst.int_frac_digits, &src.int_frac_digits, 8 * sizeof(std::int32_t));
         break;
       case KW_TIME:
@@ -452,12 +456,6 @@ Err copy_category(kw_locale& dst, const kw_locale& src, int category) noexcept {
         // The derived strings stay with the source; the target builds its
         // own below, so that each handle frees only what it made.
         dst.era_joined = dst.alt_digits_joined = StrPair{};
-        break;
-      case KW_MESSAGES:
-        dst.yesexpr = src.yesexpr;
-        dst.noexpr = src.noexpr;
-        dst.yesstr = src.yesstr;
-        dst.nostr = src.nostr;
         break;
       default:
         break;

@@ -4,7 +4,6 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
-#include <map>
 #include <string>
 #include <vector>
 
@@ -30,8 +29,9 @@ class AutomatonTest : public kw::testing::KwTest {
   Err insert(const Bytes& s, const void* data = nullptr) {
     return automaton_insert(*a_, s.data(), s.size(), data);
   }
-  Match walk(const Bytes& s, std::size_t limit = 4) {
-    return automaton_walk(*a_, s.data(), limit);
+  // Walks `s`, reading at most its own length unless a shorter limit is given.
+  Match walk(const Bytes& s, std::size_t limit = 0) {
+    return automaton_walk(*a_, s.data(), limit != 0 && limit < s.size() ? limit : s.size());
   }
   Automaton* a_ = nullptr;
 };
@@ -113,15 +113,6 @@ TEST_F(AutomatonTest, DataDefaultsUntilGivenAndIsKeptPerCharacter) {
   EXPECT_EQ(std::memcmp(automaton_data(a, m.node, m.last), d2, 3), 0);
 }
 
-TEST_F(AutomatonTest, DataShiftRoundsSizeUpToAPowerOfTwo) {
-  for (auto [size, shift] : std::map<std::uint32_t, std::uint32_t>{{1, 0}, {2, 1}, {3, 2}, {4, 2}, {5, 3}}) {
-    auto r = automaton_create(size, nullptr);
-    ASSERT_TRUE(r.ok());
-    EXPECT_EQ((*r)->data_shift, shift) << size;
-    automaton_release(*r);
-  }
-}
-
 TEST_F(AutomatonTest, LookupWideUsesShortestLengthForSmallValues) {
   Automaton& a = make(2);
   ASSERT_EQ(insert({0x00, 0x41}), Err::None);
@@ -192,6 +183,29 @@ TEST_F(AutomatonTest, FailingAllocatorLeavesNothingLeaked) {
     EXPECT_EQ(kw::testing::CountingAllocator::live(), 0u);
   });
   EXPECT_GT(runs, 5u);
+}
+
+// The codec's fast paths read derived tables that insertion keeps in step;
+// automata built elsewhere get them from automaton_prepare. Both must agree.
+TEST_F(AutomatonTest, PreparedFastTablesMatchThoseKeptByInsertion) {
+  make(2);
+  for (unsigned b = 0; b < 0x80; ++b) ASSERT_EQ(insert({static_cast<std::uint8_t>(b)}), Err::None);
+  for (unsigned lead = 0xA1; lead <= 0xA3; ++lead)
+    for (unsigned trail = 0xA1; trail <= 0xFE; trail += 3)
+      ASSERT_EQ(insert({static_cast<std::uint8_t>(lead), static_cast<std::uint8_t>(trail)}), Err::None);
+  ASSERT_EQ(insert({0x8F, 0xA2, 0xAF}), Err::None);
+  ASSERT_NE(a_->fast, nullptr);
+  std::vector<std::uint64_t> pairs(a_->fast->pairs, a_->fast->pairs + 1024);
+  std::vector<const std::uint8_t*> third;
+  for (const auto* row : a_->fast->third) third.insert(third.end(), row, row + 256);
+
+  ASSERT_EQ(automaton_prepare(*a_), Err::None);
+  EXPECT_EQ(std::vector<std::uint64_t>(a_->fast->pairs, a_->fast->pairs + 1024), pairs);
+  std::vector<const std::uint8_t*> prepared;
+  for (const auto* row : a_->fast->third) prepared.insert(prepared.end(), row, row + 256);
+  EXPECT_EQ(prepared, third);
+  EXPECT_TRUE(fast_pair(*a_->fast, 0xA1A1));
+  EXPECT_FALSE(fast_pair(*a_->fast, 0xA1A2));
 }
 
 }  // namespace

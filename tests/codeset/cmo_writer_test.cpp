@@ -56,6 +56,34 @@ TEST_F(CmoWriterTest, RefusesWhatTheLoaderCouldNotRead) {
   EXPECT_FALSE(write_cmo(s, out, err));
   s.ranges = {CmoRange{"U", 0, 2, 0, {0xFF, 0xFE}}};
   EXPECT_TRUE(write_cmo(s, out, err)) << err;
+  // A code-set name must keep its header line whole: a line break would
+  // shift every later header line, and a line of 127 characters or more is
+  // read in pieces.
+  s.codeset = "A\nB";
+  EXPECT_FALSE(write_cmo(s, out, err));
+  s.codeset = std::string(118, 'C');  // "CODESET=" + 118 + newline = 127
+  EXPECT_TRUE(write_cmo(s, out, err)) << err;
+  s.codeset += 'C';
+  EXPECT_FALSE(write_cmo(s, out, err));
+}
+
+TEST_F(CmoWriterTest, CharmapSourceRefusesMalformedBytesAndRanges) {
+  CmoSource src;
+  std::string err;
+  const auto read = [&](const std::string& line) {
+    src = {};
+    return read_charmap_source("CHARMAP\n" + line + "\nEND CHARMAP\n", src, err);
+  };
+  EXPECT_FALSE(read("<A> \\d300")) << "a decimal byte above 255";
+  EXPECT_FALSE(read("<A> \\o777")) << "an octal byte above 255";
+  ASSERT_TRUE(read("<A> \\d1a")) << err;
+  EXPECT_EQ(src.symbols[0].bytes, (Bytes{1})) << "digits of the escape's own base only";
+  ASSERT_TRUE(read("<A> \\o78")) << err;
+  EXPECT_EQ(src.symbols[0].bytes, (Bytes{7}));
+  EXPECT_FALSE(read("<U00000000>..<UFFFFFFFF> \\x00")) << "more characters than a range holds";
+  EXPECT_FALSE(read("<j9999999999>...<j9999999999> \\x41")) << "a first number beyond 32 bits";
+  ASSERT_TRUE(read("<j0001>...<j0003> \\x41")) << err;
+  EXPECT_EQ(src.ranges[0].count, 3);
 }
 
 // A charmap source through the reader, the writer and the loader.

@@ -19,7 +19,6 @@
 namespace kw::codeset {
 namespace {
 
-using kw::testing::CodecLocale;
 using Bytes = std::vector<std::uint8_t>;
 using Wide = std::vector<kw_wchar_t>;
 
@@ -28,25 +27,20 @@ struct Sample {
   Wide values;
 };
 
-class CodecOracleTest : public kw::testing::KwTest {
+class CodecOracleTest : public kw::testing::CodecFixture {
  protected:
-  void TearDown() override {
-    loc_.reset();
-    kw_cm_unload(cm_);
-    KwTest::TearDown();
-  }
-  kw_locale* use(const char* name) {
-    cm_ = kw::testing::load_fixture_charmap(name);
-    EXPECT_NE(cm_, nullptr);
-    loc_ = std::make_unique<CodecLocale>(cm_);
-    // Every character of the code set, for random text.
-    automaton_for_each(*cm_->automaton, [&](const std::uint8_t* s, std::size_t n, const std::uint8_t*) {
+  // Loads code set `name` and collects its characters for random text.
+  kw_locale* open(const char* name) {
+    ascii_.clear();
+    other_.clear();
+    kw_locale* h = use(name).handle();
+    automaton_for_each(*cm()->automaton, [&](const std::uint8_t* s, std::size_t n, const std::uint8_t*) {
       std::uint32_t v = 0;
       for (std::size_t i = 0; i < n; ++i) v = (v << 8) | s[i];
       if (v != 0) (n == 1 && v < 0x80 ? ascii_ : other_).push_back(Bytes(s, s + n));
       return true;
     });
-    return loc_->handle();
+    return h;
   }
   // Runs of ASCII (as in words) between multibyte characters.
   Sample random_text(std::mt19937& rng, std::size_t chars) {
@@ -66,7 +60,7 @@ class CodecOracleTest : public kw::testing::KwTest {
   }
   // The reference decoder: one walk per character.
   int reference_decode(const std::uint8_t* s, int length, int count, Wide& out, Err& err) {
-    const Automaton& a = loc_->automaton();
+    const Automaton& a = locales_.back()->automaton();
     out.clear();
     err = Err::None;
     std::size_t left = length == -1 ? 4 : static_cast<std::size_t>(length);
@@ -83,23 +77,13 @@ class CodecOracleTest : public kw::testing::KwTest {
     }
     return static_cast<int>(out.size());
   }
-  std::uint32_t& err() { return loc_->error(); }
-
-  kw_charmap* cm_ = nullptr;
-  std::unique_ptr<CodecLocale> loc_;
   std::vector<Bytes> ascii_, other_;
 };
 
 TEST_F(CodecOracleTest, DecodingMatchesTheReferenceAtEveryAlignment) {
   for (const char* name : {"eucjp", "unicode", "8859-1"}) {
     SCOPED_TRACE(name);
-    ascii_.clear();
-    other_.clear();
-    if (loc_) {
-      loc_.reset();
-      kw_cm_unload(cm_);
-    }
-    kw_locale* h = use(name);
+    kw_locale* h = open(name);
     const std::uint32_t term = head(h).codec.shortest;
     std::mt19937 rng(7);
     for (int round = 0; round < 60; ++round) {
@@ -147,13 +131,7 @@ TEST_F(CodecOracleTest, DecodingMatchesTheReferenceAtEveryAlignment) {
 TEST_F(CodecOracleTest, EncodingMatchesTheReferenceForEveryRoom) {
   for (const char* name : {"eucjp", "unicode"}) {
     SCOPED_TRACE(name);
-    ascii_.clear();
-    other_.clear();
-    if (loc_) {
-      loc_.reset();
-      kw_cm_unload(cm_);
-    }
-    kw_locale* h = use(name);
+    kw_locale* h = open(name);
     const std::uint32_t term = head(h).codec.shortest;
     std::mt19937 rng(11);
     for (int round = 0; round < 80; ++round) {
@@ -173,8 +151,8 @@ TEST_F(CodecOracleTest, EncodingMatchesTheReferenceForEveryRoom) {
             bool failed = false;
             for (kw_wchar_t v : smp.values) {
               std::uint8_t b[4];
-              const Match m = automaton_lookup_wide(loc_->automaton(), v, b);
-              const std::uint32_t n = wide_length(loc_->automaton(), v);
+              const Match m = automaton_lookup_wide(locales_.back()->automaton(), v, b);
+              const std::uint32_t n = wide_length(locales_.back()->automaton(), v);
               if (static_cast<int>(want.size() + n) > room) break;
               if (m.err != Err::None) {
                 failed = true;
@@ -212,7 +190,7 @@ TEST_F(CodecOracleTest, EncodingMatchesTheReferenceForEveryRoom) {
 // Terminated strings that end at the last bytes of a page followed by an
 // inaccessible page: the word-at-a-time reads must not touch that page.
 TEST_F(CodecOracleTest, TerminatedReadsStayInsideThePage) {
-  kw_locale* h = use("eucjp");
+  kw_locale* h = open("eucjp");
   const long page = sysconf(_SC_PAGESIZE);
   void* map = mmap(nullptr, static_cast<std::size_t>(2 * page), PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
   ASSERT_NE(map, MAP_FAILED);

@@ -1,7 +1,11 @@
-// Tests of the character codec over the fixture code sets.
+// Tests of the character codec over the fixture code sets, and of its
+// exported functions at the edges of their arguments: null pointers, zero
+// and negative lengths and counts, handles without an automaton, and random
+// bytes in buffers of their exact size.
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <climits>
 #include <cstring>
 #include <memory>
 #include <string>
@@ -17,25 +21,9 @@ using kw::testing::CodecLocale;
 using kw::testing::CountingAllocator;
 using Wide = std::vector<kw_wchar_t>;
 
-// Loads a fixture charmap and a locale head over it for each test.
-class CodecTest : public kw::testing::KwTest {
+class CodecTest : public kw::testing::CodecFixture {
  protected:
-  void TearDown() override {
-    loc_.reset();
-    kw_cm_unload(cm_);
-    KwTest::TearDown();
-  }
-  kw_locale* use(const char* name) {
-    cm_ = kw::testing::load_fixture_charmap(name);
-    EXPECT_NE(cm_, nullptr);
-    loc_ = std::make_unique<CodecLocale>(cm_);
-    return h_ = loc_->handle();
-  }
-  std::uint32_t& err() { return loc_->error(); }
-
-  kw_charmap* cm_ = nullptr;
-  std::unique_ptr<CodecLocale> loc_;
-  kw_locale* h_ = nullptr;
+  kw_locale* open(const char* name) { return use(name).handle(); }
 };
 
 // EUC-JP sample: "A", hiragana A (a4 a2), a half-width katakana (8e b1), a
@@ -43,57 +31,63 @@ class CodecTest : public kw::testing::KwTest {
 const char kEuc[] = "A\xa4\xa2\x8e\xb1\x8f\xb0\xa1z";
 const Wide kEucValues = {0x41, 0xA4A2, 0x8EB1, 0x8FB0A1, 0x7A};
 
+// The one-character walk in its four forms: the plain ones return 0 for
+// NUL, qrt_kw_full_mblen its length; only the qrt forms take -1 as the
+// string's length, and a string whose length cannot be measured (an illegal
+// character further on) then measures 0 bytes and fails with Short.
 TEST_F(CodecTest, WalkDecodesValuesAndReportsErrors) {
-  kw_locale* h = use("eucjp");
-  kw_wchar_t wc = 99;
-  EXPECT_EQ(qrt_kw_full_mbtowc(h, &wc, kEuc + 1, 4), 2);
-  EXPECT_EQ(wc, 0xA4A2u);
-  EXPECT_EQ(kw_full_mbtowc(h, &wc, kEuc + 5, 3), 3);
-  EXPECT_EQ(wc, 0x8FB0A1u);
-  EXPECT_EQ(kw_full_mblen(h, kEuc + 3, 2), 2);
-  EXPECT_EQ(qrt_kw_full_mblen(h, kEuc, 1), 1);
-  // NUL: 0 from the plain forms, its length from qrt_kw_full_mblen.
-  EXPECT_EQ(kw_full_mbtowc(h, &wc, "", 1), 0);
-  EXPECT_EQ(wc, 0u);
-  EXPECT_EQ(kw_full_mblen(h, "", 1), 0);
-  EXPECT_EQ(qrt_kw_full_mblen(h, "", 1), 1);
-  // -1 takes the string's length: the walk then stops inside a character.
-  EXPECT_EQ(qrt_kw_full_mbtowc(h, &wc, "\x8f\xb0\xa1", -1), 3);
-  EXPECT_EQ(kw_full_mblen(h, "\xa4\xa2", -1), 2);
-  EXPECT_EQ(err(), 0u);
-
-  EXPECT_EQ(qrt_kw_full_mbtowc(h, &wc, "", -1), -1) << "empty string under -1";
-  EXPECT_KW_ERROR(err(), Err::Short);
-  EXPECT_EQ(kw_full_mbtowc(h, &wc, kEuc, -1), -1) << "no -1 convention";
-  EXPECT_KW_ERROR(err(), Err::Short);
-  EXPECT_EQ(kw_full_mbtowc(h, &wc, kEuc, 0), -1);
-  EXPECT_KW_ERROR(err(), Err::Short);
-  EXPECT_EQ(qrt_kw_full_mblen(h, kEuc + 5, 2), -1);
-  EXPECT_KW_ERROR(err(), Err::Short);
-  EXPECT_EQ(kw_full_mblen(h, "\xff", 4), -1);
-  EXPECT_KW_ERROR(err(), Err::Ilseq);
-  EXPECT_EQ(kw_full_mblen(h, "\xa4\x41", 4), -1);
-  EXPECT_KW_ERROR(err(), Err::Ilseq);
-  EXPECT_EQ(kw_full_mbtowc(h, &wc, nullptr, 4), 0);
-  EXPECT_EQ(kw_full_mblen(h, nullptr, 4), 0);
-}
-
-TEST_F(CodecTest, SingleByteWalkBypassesTheAutomaton) {
-  kw_locale* h = use("8859-1");
-  EXPECT_EQ(head(h).codec.single_byte, 1u);
-  kw_wchar_t wc = 0;
-  EXPECT_EQ(kw_full_mbtowc(h, &wc, "\xe9", 1), 1);
-  EXPECT_EQ(wc, 0xE9u);
-  EXPECT_EQ(kw_full_mblen(h, "", 1), 0);
-  EXPECT_EQ(qrt_kw_full_mblen(h, "", 1), 1);
-  EXPECT_EQ(kw_wclen(h, 0x1234), 1) << "single-byte sets answer 1 without encoding";
-  char out[4];
-  EXPECT_EQ(kw_full_wctomb(h, out, 0x1234), -1) << "the encoder always walks the automaton";
-  EXPECT_KW_ERROR(err(), Err::Ilseq);
+  enum Form { Mbtowc, QrtMbtowc, Mblen, QrtMblen };
+  const struct {
+    const char* charmap;
+    Form form;
+    std::string bytes;
+    int length, result;
+    kw_wchar_t value;
+    Err err;
+  } rows[] = {
+      {"eucjp", QrtMbtowc, "\xa4\xa2", 4, 2, 0xA4A2, Err::None},
+      {"eucjp", Mbtowc, "\x8f\xb0\xa1z", 3, 3, 0x8FB0A1, Err::None},
+      {"eucjp", Mblen, "\x8e\xb1", 2, 2, 0, Err::None},
+      {"eucjp", QrtMblen, "A", 1, 1, 0, Err::None},
+      {"eucjp", Mbtowc, "", 1, 0, 0, Err::None},
+      {"eucjp", Mblen, "", 1, 0, 0, Err::None},
+      {"eucjp", QrtMblen, "", 1, 1, 0, Err::None},
+      {"eucjp", QrtMbtowc, "\x8f\xb0\xa1", -1, 3, 0x8FB0A1, Err::None},
+      {"eucjp", Mblen, "A\xa4", 2, 1, 0, Err::None},
+      {"eucjp", QrtMbtowc, "", -1, -1, 0, Err::Short},  // an empty string under -1
+      {"eucjp", QrtMbtowc, "A\xff", -1, -1, 0, Err::Short},
+      {"eucjp", Mblen, "A\xa4", -1, -1, 0, Err::Short},
+      {"eucjp", Mbtowc, "A", -1, -1, 0, Err::Short},
+      {"eucjp", Mbtowc, "A", 0, -1, 0, Err::Short},
+      {"eucjp", QrtMblen, "\x8f\xb0", 2, -1, 0, Err::Short},
+      {"8859-1", Mbtowc, "\xe9", 1, 1, 0xE9, Err::None},  // single-byte: no automaton walk
+      {"8859-1", Mblen, "", 1, 0, 0, Err::None},
+      {"8859-1", QrtMblen, "", 1, 1, 0, Err::None},
+      {"unicode", Mbtowc, std::string(2, '\0'), 2, 0, 0, Err::None},  // NUL needs both zero bytes
+      {"unicode", QrtMblen, std::string(2, '\0'), 2, 2, 0, Err::None},
+      {"unicode", Mblen, std::string(1, '\0'), 1, -1, 0, Err::Short},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.charmap + ' ' + std::to_string(row.form) + ' ' + row.bytes + ' ' + std::to_string(row.length));
+    kw_locale* h = open(row.charmap);
+    kw_wchar_t wc = 99;
+    const char* s = row.bytes.data();
+    switch (row.form) {
+      case Mbtowc: EXPECT_EQ(kw_full_mbtowc(h, &wc, s, row.length), row.result); break;
+      case QrtMbtowc: EXPECT_EQ(qrt_kw_full_mbtowc(h, &wc, s, row.length), row.result); break;
+      case Mblen: EXPECT_EQ(kw_full_mblen(h, s, row.length), row.result); break;
+      case QrtMblen: EXPECT_EQ(qrt_kw_full_mblen(h, s, row.length), row.result); break;
+    }
+    if ((row.form == Mbtowc || row.form == QrtMbtowc) && row.result >= 0) {
+      EXPECT_EQ(wc, row.value);
+    }
+    EXPECT_KW_ERROR(err(), row.err);
+  }
+  EXPECT_EQ(head(open("8859-1")).codec.single_byte, 1u);
 }
 
 TEST_F(CodecTest, TerminatorHasTheShortestLength) {
-  kw_locale* h = use("unicode");
+  kw_locale* h = open("unicode");
   char buf[4] = {1, 1, 1, 1};
   EXPECT_EQ(kw_mbsterm(h, buf), 2);
   EXPECT_EQ(buf[0], 0);
@@ -103,47 +97,67 @@ TEST_F(CodecTest, TerminatorHasTheShortestLength) {
   EXPECT_EQ(kw_ismbsterm(h, "\0A"), 0);
   EXPECT_EQ(kw_mbsbytes(h, "\0A\0B\0\0"), 6u);
   EXPECT_EQ(kw_im_mbslen(h, "\0A\0B\0\0"), 2);
-  // The NUL character needs both zero bytes.
-  kw_wchar_t wc = 7;
-  EXPECT_EQ(kw_full_mbtowc(h, &wc, "\0\0", 2), 0);
-  EXPECT_EQ(wc, 0u);
-  EXPECT_EQ(qrt_kw_full_mblen(h, "\0\0", 2), 2);
-  EXPECT_EQ(kw_full_mblen(h, "\0", 1), -1);
-  EXPECT_KW_ERROR(err(), Err::Short);
 }
 
-TEST_F(CodecTest, EncodesAtLeastTheShortestLength) {
-  kw_locale* h = use("unicode");
-  char out[4] = {};
-  EXPECT_EQ(kw_full_wctomb(h, out, 0x41), 2);
-  EXPECT_EQ(out[0], 0);
-  EXPECT_EQ(out[1], 0x41);
-  EXPECT_EQ(kw_full_wctomb(h, out, 0x3042), 2);
-  EXPECT_EQ(static_cast<unsigned char>(out[0]), 0x30);
-  EXPECT_EQ(kw_wclen(h, 0x4E00), 2);
-  EXPECT_EQ(kw_full_wctomb(h, out, 0x0100), -1);
-  EXPECT_KW_ERROR(err(), Err::Ilseq);
-  EXPECT_EQ(kw_wclen(h, 0x123456), -1);
-  EXPECT_KW_ERROR(err(), Err::Ilseq);
-}
-
-TEST_F(CodecTest, EncodesEveryLengthInEucJp) {
-  kw_locale* h = use("eucjp");
-  for (std::size_t i = 0; i < kEucValues.size(); ++i) {
+// Each character decodes to its value and encodes back to its bytes, in
+// every code set and at every length; values and bytes that are not
+// characters fail with Ilseq.
+TEST_F(CodecTest, EncodesAndDecodesEveryLength) {
+  const struct {
+    const char* charmap;
+    std::string bytes;
+    kw_wchar_t value;
+  } chars[] = {
+      {"unicode", std::string("\0A", 2), 0x41},  // at least the shortest length
+      {"unicode", "\x30\x42", 0x3042},
+      {"eucjp", "A", 0x41},
+      {"eucjp", "\xa4\xa2", 0xA4A2},
+      {"eucjp", "\x8e\xb1", 0x8EB1},
+      {"eucjp", "\x8f\xb0\xa1", 0x8FB0A1},
+      {"utf8", "\xc3\xa9", 0xC3A9},
+      {"utf8", "\xf0\x9f\x98\x80", 0xF09F9880},
+      {"8859-1", "\xe9", 0xE9},
+  };
+  for (const auto& c : chars) {
+    SCOPED_TRACE(c.value);
+    kw_locale* h = open(c.charmap);
     char out[4] = {};
-    const int n = kw_full_wctomb(h, out, kEucValues[i]);
-    ASSERT_GT(n, 0) << i;
+    const int n = static_cast<int>(c.bytes.size());
+    EXPECT_EQ(kw_full_wctomb(h, out, c.value), n);
+    EXPECT_EQ(std::string(out, c.bytes.size()), c.bytes);
+    EXPECT_EQ(kw_wclen(h, c.value), n);
     kw_wchar_t back = 0;
-    EXPECT_EQ(kw_full_mbtowc(h, &back, out, n), n);
-    EXPECT_EQ(back, kEucValues[i]);
+    EXPECT_EQ(kw_full_mbtowc(h, &back, c.bytes.data(), n), n);
+    EXPECT_EQ(back, c.value);
+    EXPECT_EQ(err(), 0u);
   }
-  char out[4];
-  EXPECT_EQ(kw_full_wctomb(h, out, 0x8FA3A1), -1);
+  const struct {
+    const char* charmap;
+    kw_wchar_t value;
+  } bad_values[] = {{"unicode", 0x0100}, {"unicode", 0x123456}, {"eucjp", 0x8FA3A1},
+                    {"8859-1", 0x1234}};  // the encoder walks the automaton even here
+  for (const auto& c : bad_values) {
+    kw_locale* h = open(c.charmap);
+    char out[4];
+    EXPECT_EQ(kw_full_wctomb(h, out, c.value), -1) << c.value;
+    EXPECT_KW_ERROR(err(), Err::Ilseq);
+  }
+  EXPECT_EQ(kw_wclen(open("8859-1"), 0x1234), 1) << "single-byte sets answer 1 without encoding";
+  EXPECT_EQ(kw_wclen(open("unicode"), 0x123456), -1);
   EXPECT_KW_ERROR(err(), Err::Ilseq);
+  const struct {
+    const char* charmap;
+    std::string bytes;
+  } bad_bytes[] = {{"eucjp", "\xff"}, {"eucjp", "\xa4\x41"}, {"utf8", "\xed\xa0\x80"} /* a surrogate */,
+                   {"utf8", "\xc0\x80"}};
+  for (const auto& c : bad_bytes) {
+    EXPECT_EQ(kw_full_mblen(open(c.charmap), c.bytes.data(), 4), -1) << c.bytes;
+    EXPECT_KW_ERROR(err(), Err::Ilseq);
+  }
 }
 
 TEST_F(CodecTest, SteppingForwardAndBack) {
-  kw_locale* h = use("eucjp");
+  kw_locale* h = open("eucjp");
   const char* p = kEuc;
   std::vector<const char*> starts;
   while (*p != '\0') {
@@ -181,7 +195,7 @@ TEST_F(CodecTest, SteppingForwardAndBack) {
 }
 
 TEST_F(CodecTest, PutmbsiReplacesOneCharacterAndShiftsTheRest) {
-  kw_locale* h = use("eucjp");
+  kw_locale* h = open("eucjp");
   char buf[32] = "A\xa4\xa2z";
   EXPECT_EQ(kw_full_putmbsi(h, buf, 1, "B"), buf);  // shorter
   EXPECT_STREQ(buf, "ABz");
@@ -199,15 +213,21 @@ TEST_F(CodecTest, PutmbsiReplacesOneCharacterAndShiftsTheRest) {
 }
 
 TEST_F(CodecTest, StringMeasures) {
-  kw_locale* h = use("eucjp");
+  kw_locale* h = open("eucjp");
   EXPECT_EQ(kw_mbsbytes(h, kEuc), sizeof kEuc);
   EXPECT_EQ(kw_mbsbytes(h, ""), 1u);
   EXPECT_EQ(kw_mbsbytes(h, "\xff"), 0u);
+  EXPECT_KW_ERROR(err(), Err::Ilseq);
   EXPECT_EQ(kw_mbsbytes(h, nullptr), 0u);
   EXPECT_EQ(kw_im_mbslen(h, kEuc), 5);
   EXPECT_EQ(qrt_kw_im_mbfslen(h, kEuc, -1), 5);
   EXPECT_EQ(qrt_kw_im_mbfslen(h, kEuc, 8), 4);
   EXPECT_EQ(qrt_kw_im_mbfslen(h, "A\0B", 3), 3) << "a NUL inside the length is a character";
+  Wide out(4, 0xFFFF);
+  EXPECT_EQ(qrt_kw_im_mbfstowcfs(h, out.data(), "A\0B", 3, 4), 3);
+  EXPECT_EQ(out[1], 0u);
+  EXPECT_EQ(qrt_kw_im_mbfstowcfs(h, out.data(), kEuc, -2, 4), -1);
+  EXPECT_KW_ERROR(err(), Err::Inval);
   EXPECT_EQ(qrt_kw_im_mbfslen(h, kEuc, 7), -1) << "last character runs past the end";
   EXPECT_KW_ERROR(err(), Err::Ilseq);
   EXPECT_EQ(kw_im_mbslen(h, "A\x8f"), -1);
@@ -218,47 +238,9 @@ TEST_F(CodecTest, StringMeasures) {
   EXPECT_EQ(kw_wcsbytes(ws + 3), 4);
 }
 
-TEST_F(CodecTest, DecodesStringsWithAndWithoutLengths) {
-  kw_locale* h = use("eucjp");
-  Wide out(10, 0xFFFF);
-  EXPECT_EQ(kw_im_mbstowcs(h, out.data(), kEuc, 10), 5);
-  EXPECT_EQ(Wide(out.begin(), out.begin() + 6), (Wide{0x41, 0xA4A2, 0x8EB1, 0x8FB0A1, 0x7A, 0}));
-  std::fill(out.begin(), out.end(), 0xFFFF);
-  EXPECT_EQ(kw_im_mbstowcs(h, out.data(), kEuc, 2), 2) << "count reached before the end";
-  EXPECT_EQ(out[2], 0xFFFFu);
-  EXPECT_EQ(kw_im_mbstowcs(h, nullptr, kEuc, 100), 5) << "null output counts";
-  EXPECT_EQ(qrt_kw_im_mbfstowcfs(h, out.data(), kEuc, 3, 10), 2);
-  EXPECT_EQ(qrt_kw_im_mbfstowcfs(h, out.data(), "A\0B", 3, 10), 3);
-  EXPECT_EQ(out[1], 0u);
-  EXPECT_EQ(qrt_kw_im_mbfstowcfs(h, out.data(), kEuc, 2, 10), -1);
-  EXPECT_KW_ERROR(err(), Err::Ilseq);
-  EXPECT_EQ(kw_im_mbstowcs(h, out.data(), "A\xff", 10), -1);
-  EXPECT_KW_ERROR(err(), Err::Ilseq);
-  EXPECT_EQ(qrt_kw_im_mbfstowcfs(h, out.data(), kEuc, -2, 10), -1);
-  EXPECT_KW_ERROR(err(), Err::Inval);
-}
-
-TEST_F(CodecTest, EncodesStringsWithinTheRoom) {
-  kw_locale* h = use("eucjp");
-  const Wide ws = {0x41, 0xA4A2, 0x8FB0A1, 0x7A, 0};
-  char out[16];
-  std::memset(out, 'x', sizeof out);
-  EXPECT_EQ(kw_full_wcstombs(h, out, ws.data(), 16), 7);
-  EXPECT_EQ(std::string(out, 8), std::string("A\xa4\xa2\x8f\xb0\xa1z\0", 8));
-  std::memset(out, 'x', sizeof out);
-  EXPECT_EQ(kw_full_wcstombs(h, out, ws.data(), 5), 3) << "stops before the 3-byte character";
-  EXPECT_EQ(out[3], 'x');
-  EXPECT_EQ(kw_full_wcstombs(h, out, ws.data() + 1, 1), 0) << "first value does not fit";
-  EXPECT_EQ(qrt_kw_full_wcstombs(h, out, ws.data(), 2, 16), 3);
-  EXPECT_EQ(out[3], 'x') << "no terminator with an explicit length";
-  const Wide bad = {0x41, 0xA4A1 + 0x5E, 0};  // a4 ff is not a character
-  EXPECT_EQ(kw_full_wcstombs(h, out, bad.data(), 16), -1);
-  EXPECT_KW_ERROR(err(), Err::Ilseq);
-}
-
 // The full, is and im forms agree on a single-byte code set.
 TEST_F(CodecTest, FullIsAndImFormsAgreeOnSingleByteText) {
-  kw_locale* h = use("8859-1");
+  kw_locale* h = open("8859-1");
   const char text[] = "caf\xe9 \xa0na\xefve\x7f!";
   Wide im(32, 0xFFFF), is(32, 0xFFFF);
   const int n = kw_im_mbstowcs(h, im.data(), text, 32);
@@ -286,7 +268,7 @@ TEST_F(CodecTest, FullIsAndImFormsAgreeOnSingleByteText) {
 }
 
 TEST_F(CodecTest, TrailingBlanksAndSpaces) {
-  kw_locale* h = use("unicode");
+  kw_locale* h = open("unicode");
   // Two-byte text: "ab" + two blanks; three blanks; a no-break space (space
   // but not blank) at the end; a tab (blank but cntrl) at the end.
   const char two_blanks[] = "\0a\0b\0 \x30\x00\0\0";
@@ -324,53 +306,22 @@ TEST_F(CodecTest, TrailingBlanksAndSpaces) {
 }
 
 TEST_F(CodecTest, WideTrailingRunInSingleByteLocaleFlagsLargeValues) {
-  kw_locale* h = use("8859-1");
+  kw_locale* h = open("8859-1");
   EXPECT_EQ(kw_mbsntslen(h, "ab  "), 2);
   const kw_wchar_t ws[] = {'a', 0x3000, 0};
   EXPECT_EQ(kw_wcsntslen(h, ws), 2);
   EXPECT_KW_ERROR(err(), Err::Ilseq);
 }
 
-TEST_F(CodecTest, Utf8RoundTripsEveryLength) {
-  kw_locale* h = use("utf8");
+TEST_F(CodecTest, Utf8StringsRoundTrip) {
+  kw_locale* h = open("utf8");
   const char text[] = "a\xc3\xa9\xe3\x81\x82\xf0\x9f\x98\x80";
   Wide w(8, 0);
   ASSERT_EQ(kw_im_mbstowcs(h, w.data(), text, 8), 4);
-  EXPECT_EQ(w[1], 0xC3A9u);
-  EXPECT_EQ(w[3], 0xF09F9880u);
+  EXPECT_EQ(w[2], 0xE38182u);
   char back[16];
   EXPECT_EQ(kw_full_wcstombs(h, back, w.data(), 16), 10);
   EXPECT_STREQ(back, text);
-  EXPECT_EQ(kw_full_mblen(h, "\xed\xa0\x80", 3), -1) << "surrogates are not characters";
-  EXPECT_KW_ERROR(err(), Err::Ilseq);
-  EXPECT_EQ(kw_full_mblen(h, "\xc0\x80", 2), -1);
-  EXPECT_KW_ERROR(err(), Err::Ilseq);
-}
-
-TEST_F(CodecTest, NullArgumentsFailWithoutCrashing) {
-  kw_locale* h = use("eucjp");
-  EXPECT_EQ(kw_full_wctomb(h, nullptr, 0x41), -1);
-  EXPECT_KW_ERROR(err(), Err::BadPtr);
-  EXPECT_EQ(kw_full_mbsnext(h, nullptr), nullptr);
-  EXPECT_KW_ERROR(err(), Err::BadPtr);
-  EXPECT_EQ(kw_full_mbsprev(h, nullptr, kEuc), nullptr);
-  EXPECT_KW_ERROR(err(), Err::BadPtr);
-  EXPECT_EQ(kw_im_mbslen(h, nullptr), -1);
-  EXPECT_KW_ERROR(err(), Err::BadPtr);
-  EXPECT_EQ(kw_im_mbstowcs(h, nullptr, nullptr, 1), -1);
-  EXPECT_KW_ERROR(err(), Err::BadPtr);
-  EXPECT_EQ(kw_full_wcstombs(h, nullptr, nullptr, 1), -1);
-  EXPECT_KW_ERROR(err(), Err::BadPtr);
-  EXPECT_EQ(kw_mbsterm(h, nullptr), -1);
-  EXPECT_KW_ERROR(err(), Err::BadPtr);
-  EXPECT_EQ(kw_ismbsterm(h, nullptr), 0);
-  EXPECT_EQ(kw_wcslen(nullptr), 0);
-  EXPECT_EQ(kw_wcsntslen(h, nullptr), -1);
-  EXPECT_KW_ERROR(err(), Err::BadPtr);
-  kw_wcsntstrunc(h, nullptr);
-  EXPECT_KW_ERROR(err(), Err::BadPtr);
-  EXPECT_EQ(kw_full_mblen(nullptr, kEuc, 4), 0);
-  EXPECT_EQ(kw_im_mbslen(nullptr, kEuc), -1);
 }
 
 TEST_F(CodecTest, EmptyLocaleAutomatonRejectsEverything) {
@@ -383,13 +334,14 @@ TEST_F(CodecTest, EmptyLocaleAutomatonRejectsEverything) {
   EXPECT_EQ(kw_full_mblen(h, "A", 1), -1);
   EXPECT_KW_ERROR(head.error, Err::Ilseq);
   EXPECT_EQ(kw_mbsbytes(h, "A"), 0u);
+  EXPECT_KW_ERROR(head.error, Err::Ilseq);
   char term[4];
   EXPECT_EQ(kw_mbsterm(h, term), 4);
   automaton_release(*a);
 }
 
 TEST_F(CodecTest, DecodingAndEncodingAllocateNothing) {
-  kw_locale* h = use("eucjp");
+  kw_locale* h = open("eucjp");
   CountingAllocator::install();
   Wide w(16);
   char out[32];
@@ -403,12 +355,209 @@ TEST_F(CodecTest, DecodingAndEncodingAllocateNothing) {
   CountingAllocator::uninstall();
 }
 
-TEST_F(CodecTest, InstalledEntryPointsMatchTheExports) {
-  kw_locale* h = use("8859-1");
-  Wide a(8, 1), b(8, 1);
-  EXPECT_EQ(is_mbfstowcfs(h, a.data(), "ab\xe9", -1, 8), 3);
-  EXPECT_EQ(im_mbfstowcfs(h, b.data(), "ab\xe9", -1, 8), 3);
-  EXPECT_EQ(a, b);
+class CodecArgumentsTest : public kw::testing::CodecFixture {};
+
+// Calls every exported codec function with null pointers and with lengths
+// and counts of 0, -1, -2 and INT_MIN. Nothing may crash or write outside
+// the buffers (the sanitizers watch); where a failure is defined its value
+// is checked, and null pointers where an error is defined store BadPtr.
+void sweep(kw_locale* h) {
+  const char text[] = "ab";
+  char buf[16] = "ab";
+  kw_wchar_t wbuf[8] = {'a', 'b', 0};
+  kw_wchar_t wc = 0;
+  std::uint32_t& e = head(h).error;
+#define EXPECT_BADPTR(call, result) \
+  EXPECT_EQ(call, result);          \
+  EXPECT_KW_ERROR(e, Err::BadPtr)
+  EXPECT_EQ(kw_full_mbtowc(h, &wc, nullptr, 4), 0);
+  EXPECT_EQ(qrt_kw_full_mbtowc(h, &wc, nullptr, -1), 0);
+  EXPECT_EQ(kw_full_mblen(h, nullptr, 4), 0);
+  EXPECT_EQ(qrt_kw_full_mblen(h, nullptr, 4), 0);
+  EXPECT_BADPTR(kw_full_wctomb(h, nullptr, 'a'), -1);
+  EXPECT_BADPTR(kw_full_mbsnext(h, nullptr), nullptr);
+  EXPECT_EQ(qrt_kw_full_mbsnext(h, nullptr, 4), nullptr);
+  EXPECT_BADPTR(kw_full_mbsprev(h, nullptr, text + 1), nullptr);
+  EXPECT_EQ(kw_full_mbsprev(h, text, nullptr), nullptr);
+  EXPECT_EQ(kw_mbsbytes(h, nullptr), 0u);
+  EXPECT_BADPTR(kw_im_mbslen(h, nullptr), -1);
+  EXPECT_EQ(qrt_kw_im_mbfslen(h, nullptr, 2), -1);
+  EXPECT_BADPTR(kw_mbsterm(h, nullptr), -1);
+  EXPECT_EQ(kw_ismbsterm(h, nullptr), 0);
+  EXPECT_EQ(qrt_kw_im_mbfstowcfs(h, wbuf, nullptr, 2, 2), -1);
+  EXPECT_BADPTR(kw_im_mbstowcs(h, wbuf, nullptr, 2), -1);
+  qrt_kw_is_mbfstowcfs(h, wbuf, nullptr, 2, 2);
+  kw_is_mbstowcs(h, wbuf, nullptr, 2);
+  qrt_kw_is_mbfstowcfs(h, nullptr, text, 2, 2);
+  EXPECT_EQ(qrt_kw_full_wcstombs(h, nullptr, wbuf, 2, 4), -1);
+  EXPECT_BADPTR(kw_full_wcstombs(h, buf, nullptr, 4), -1);
+  EXPECT_EQ(qrt_kw_is_wcstombs(h, nullptr, wbuf, 2, 4), -1);
+  EXPECT_EQ(kw_is_wcstombs(h, buf, nullptr, 4), -1);
+  EXPECT_BADPTR(kw_full_getmbsi(h, nullptr, 0), nullptr);
+  EXPECT_EQ(kw_full_putmbsi(h, nullptr, 0, "a"), nullptr);
+  EXPECT_EQ(kw_full_putmbsi(h, buf, 0, nullptr), nullptr);
+  EXPECT_BADPTR(kw_mbsntslen(h, nullptr), -1);
+  EXPECT_EQ(qrt_kw_mbsntslen(h, nullptr, 2), -1);
+  EXPECT_EQ(kw_mbsntsbytes(h, nullptr), -1);
+  EXPECT_EQ(qrt_kw_mbsntsbytes(h, nullptr, 2), -1);
+  EXPECT_BADPTR(kw_wcsntslen(h, nullptr), -1);
+  EXPECT_EQ(qrt_kw_wcsntslen(h, nullptr, 2), -1);
+  EXPECT_EQ(kw_mbsntstrunc(h, nullptr), nullptr);
+  kw_wcsntstrunc(h, nullptr);
+  EXPECT_KW_ERROR(e, Err::BadPtr);
+#undef EXPECT_BADPTR
+
+  for (int n : {0, -1, -2, INT_MIN}) {
+    SCOPED_TRACE(n);
+    if (n != -1) {
+      EXPECT_EQ(kw_full_mbtowc(h, &wc, text, n), -1);
+      EXPECT_EQ(qrt_kw_full_mbtowc(h, &wc, text, n), -1);
+      EXPECT_EQ(kw_full_mblen(h, text, n), -1);
+      EXPECT_EQ(qrt_kw_full_mbsnext(h, text, n), nullptr);
+    }
+    if (n < 0) {
+      EXPECT_EQ(kw_full_getmbsi(h, text, n), nullptr);
+    }
+    EXPECT_EQ(qrt_kw_full_mblen(h, text, n), -1);
+    qrt_kw_im_mbfslen(h, text, n);
+    qrt_kw_im_mbfstowcfs(h, wbuf, text, n, 4);
+    qrt_kw_im_mbfstowcfs(h, wbuf, text, 2, n);
+    kw_im_mbstowcs(h, wbuf, text, n);
+    qrt_kw_is_mbfstowcfs(h, wbuf, text, n, 4);
+    qrt_kw_is_mbfstowcfs(h, wbuf, text, 2, n);
+    kw_is_mbstowcs(h, wbuf, text, n);
+    wbuf[0] = 'a', wbuf[1] = 'b', wbuf[2] = 0;
+    qrt_kw_full_wcstombs(h, buf, wbuf, n, 4);
+    qrt_kw_full_wcstombs(h, buf, wbuf, 2, n);
+    kw_full_wcstombs(h, buf, wbuf, n);
+    qrt_kw_is_wcstombs(h, buf, wbuf, n, 4);
+    qrt_kw_is_wcstombs(h, buf, wbuf, 2, n);
+    kw_is_wcstombs(h, buf, wbuf, n);
+    qrt_kw_mbsntslen(h, text, n);
+    qrt_kw_mbsntsbytes(h, text, n);
+    EXPECT_EQ(qrt_kw_wcsntslen(h, wbuf, n), n == 0 ? 0 : n == -1 ? 2 : -1);
+    std::memcpy(buf, "ab", 3);
+    EXPECT_EQ(kw_full_putmbsi(h, buf, n, "c"), n == 0 ? kw_full_putmbsi(h, buf, 0, "c") : nullptr);
+  }
+  e = 0;
+}
+
+TEST_F(CodecArgumentsTest, EveryFunctionSurvivesNullAndOddLengths) {
+  sweep(use("eucjp").handle());
+  sweep(use("8859-1").handle());
+  sweep(use("unicode").handle());
+  // A handle whose codec view is empty: no automaton at all.
+  LocaleHead empty{};
+  sweep(reinterpret_cast<kw_locale*>(&empty));
+  // A null handle cannot take an error; nothing may crash.
+  kw_wchar_t wc = 0;
+  char buf[8] = "a";
+  EXPECT_EQ(kw_full_mbtowc(nullptr, &wc, "a", 1), 0);
+  EXPECT_EQ(kw_im_mbslen(nullptr, "a"), -1);
+  EXPECT_EQ(kw_wcslen(nullptr), 0);
+  EXPECT_EQ(kw_full_wctomb(nullptr, buf, 'a'), -1);
+  EXPECT_EQ(kw_wclen(nullptr, 'a'), -1);
+  EXPECT_EQ(kw_full_mbsnext(nullptr, "a"), nullptr);
+  EXPECT_EQ(kw_full_mbsprev(nullptr, buf, buf + 1), nullptr);
+  EXPECT_EQ(kw_mbsbytes(nullptr, "a"), 0u);
+  EXPECT_EQ(kw_mbsterm(nullptr, buf), -1);
+  EXPECT_EQ(kw_full_getmbsi(nullptr, "a", 0), nullptr);
+  EXPECT_EQ(kw_mbsntslen(nullptr, "a"), -1);
+  EXPECT_EQ(kw_mbsntstrunc(nullptr, buf), nullptr);
+  kw_wcsntstrunc(nullptr, nullptr);
+  qrt_kw_is_mbfstowcfs(nullptr, nullptr, nullptr, -1, 1);
+}
+
+// The terminator of the -1 forms has the shortest length, is not counted,
+// and is written only when it fits whole; explicit lengths write none.
+TEST_F(CodecArgumentsTest, WideToMultibyteTerminatorFitsWholeOrNotAtAll) {
+  kw_locale* h = use("unicode").handle();
+  const kw_wchar_t ws[] = {0x41, 0x3042, 0};
+  char out[8];
+  std::memset(out, 'x', sizeof out);
+  EXPECT_EQ(kw_full_wcstombs(h, out, ws, 6), 4);
+  EXPECT_EQ(std::string(out, 7), std::string("\0A\x30\x42\0\0x", 7));
+  std::memset(out, 'x', sizeof out);
+  EXPECT_EQ(kw_full_wcstombs(h, out, ws, 5), 4);
+  EXPECT_EQ(std::string(out, 6), std::string("\0A\x30\x42xx", 6)) << "no half terminator";
+  std::memset(out, 'x', sizeof out);
+  EXPECT_EQ(kw_full_wcstombs(h, out, ws, 1), 0) << "the first value needs two bytes";
+  EXPECT_EQ(out[0], 'x');
+  std::memset(out, 'x', sizeof out);
+  EXPECT_EQ(qrt_kw_full_wcstombs(h, out, ws, 3, 8), 6) << "under an explicit length 0 is a character";
+  EXPECT_EQ(std::string(out, 7), std::string("\0A\x30\x42\0\0x", 7));
+  EXPECT_EQ(qrt_kw_full_wcstombs(h, out, ws, 2, 8), 4);
+
+  kw_locale* sb = use("8859-1").handle();
+  const kw_wchar_t latin[] = {0xE9, 0x41, 0};
+  std::memset(out, 'x', sizeof out);
+  EXPECT_EQ(kw_is_wcstombs(sb, out, latin, 2), 2);
+  EXPECT_EQ(out[2], 'x');
+  EXPECT_EQ(qrt_kw_is_wcstombs(sb, out, latin, 3, 8), 3) << "the value 0 is a byte like any other";
+  EXPECT_EQ(out[2], '\0');
+  EXPECT_EQ(out[3], 'x');
+}
+
+// Random bytes in buffers of exactly the given length (the address
+// sanitizer sees any read past them) through every length-taking decoder,
+// and terminated copies through the terminated ones: results stay within
+// their inputs and outputs, whatever the bytes.
+TEST_F(CodecArgumentsTest, RandomBytesStayWithinTheirBuffers) {
+  std::uint32_t seed = 2024;
+  auto next = [&seed] { return (seed = seed * 1103515245u + 12345u) >> 8; };
+  for (const char* name : {"eucjp", "unicode", "8859-1", "utf8"}) {
+    SCOPED_TRACE(name);
+    CodecLocale& loc = use(name);
+    kw_locale* h = loc.handle();
+    kw_charmap* cm = charmaps_.back();
+    for (int round = 0; round < 400; ++round) {
+      const std::size_t n = 1 + next() % 24;
+      std::vector<char> in(n);
+      // Mostly ASCII and a few lead bytes, so that long valid runs occur.
+      for (char& c : in) c = static_cast<char>(next() % 4 == 0 ? 0x80 + next() % 128 : next() % 128);
+      const int len = static_cast<int>(n);
+      kw_wchar_t wc = 0;
+      const int one = qrt_kw_full_mbtowc(h, &wc, in.data(), len);
+      EXPECT_LE(one, len);
+      EXPECT_LE(qrt_kw_full_mblen(h, in.data(), len), len);
+      const char* after = qrt_kw_full_mbsnext(h, in.data(), len);
+      EXPECT_TRUE(after == nullptr || (after > in.data() && after <= in.data() + n));
+      const char* prev = kw_full_mbsprev(h, in.data(), in.data() + n);
+      EXPECT_TRUE(prev == nullptr || (prev >= in.data() && prev < in.data() + n));
+      const int chars = qrt_kw_im_mbfslen(h, in.data(), len);
+      EXPECT_LE(chars, len);
+      std::vector<kw_wchar_t> out(n);
+      const int stored = qrt_kw_im_mbfstowcfs(h, out.data(), in.data(), len, len);
+      EXPECT_EQ(stored, chars) << "counting and decoding agree";
+      EXPECT_LE(qrt_kw_mbsntslen(h, in.data(), len), len);
+      EXPECT_LE(qrt_kw_mbsntsbytes(h, in.data(), len), len);
+      std::vector<char> syms(1 + next() % 64);
+      EXPECT_LT(kw_mbstosyms(cm, syms.data(), static_cast<int>(syms.size()), in.data(), len),
+                static_cast<int>(syms.size()));
+      EXPECT_LT(kw_mbtosymlist(cm, syms.data(), static_cast<int>(syms.size()), in.data(), len),
+                static_cast<int>(syms.size()));
+      if (stored > 0) {
+        std::vector<char> back(next() % (4 * n + 1));
+        const int written = qrt_kw_full_wcstombs(h, back.data(), out.data(), stored, static_cast<int>(back.size()));
+        EXPECT_LE(written, static_cast<int>(back.size()));
+      }
+
+      // The same bytes terminated (four zero bytes end any code set's string).
+      std::vector<char> z(in);
+      z.insert(z.end(), 4, '\0');
+      const unsigned bytes = kw_mbsbytes(h, z.data());
+      EXPECT_LE(bytes, n + 4);
+      std::vector<kw_wchar_t> zout(n + 1);
+      const int zn = kw_im_mbstowcs(h, zout.data(), z.data(), len + 1);
+      EXPECT_LE(zn, len);
+      EXPECT_LE(kw_mbsntslen(h, z.data()), len);
+      if (zn >= 0) {
+        EXPECT_EQ(kw_im_mbslen(h, z.data()), zn);
+      }
+      loc.error() = 0;
+      cm->error = 0;
+    }
+  }
 }
 
 }  // namespace

@@ -3,6 +3,8 @@
 
 #include <cstdlib>
 #include <cstring>
+#include <fstream>
+#include <iterator>
 
 namespace kw::testing {
 namespace {
@@ -70,5 +72,67 @@ CodecLocale::CodecLocale(kw_charmap* cm) {
 }
 
 CodecLocale::~CodecLocale() { kw::codeset::automaton_release(automaton_); }
+
+void CodecFixture::TearDown() {
+  locales_.clear();
+  for (kw_charmap* cm : charmaps_) kw_cm_unload(cm);
+  charmaps_.clear();
+  KwTest::TearDown();
+}
+
+CodecLocale& CodecFixture::use(const char* name) {
+  kw_charmap* cm = load_fixture_charmap(name);
+  EXPECT_NE(cm, nullptr);
+  charmaps_.push_back(cm);
+  locales_.push_back(std::make_unique<CodecLocale>(cm));
+  return *locales_.back();
+}
+
+void CharmapFileTest::SetUp() {
+  KwTest::SetUp();
+  kw::codeset::reset_charmap_for_tests();
+  use_codeset_fixture_dir();
+  const auto* unit = ::testing::UnitTest::GetInstance();
+  dir_ = std::filesystem::temp_directory_path() /
+         ("kwa_charmap_" + std::to_string(unit->random_seed()) + "_" + unit->current_test_info()->name());
+  std::filesystem::create_directories(dir_);
+}
+
+void CharmapFileTest::TearDown() {
+  kw_cm_unload(cm_);
+  std::filesystem::remove_all(dir_);
+  kw::codeset::reset_charmap_for_tests();
+  KwTest::TearDown();
+}
+
+int CharmapFileTest::load_text(const std::string& text, const std::string& file) {
+  kw_cm_unload(cm_);
+  cm_ = nullptr;
+  std::ofstream(dir_ / file, std::ios::binary) << text;
+  const int r = kw_cm_load(&cm_, file.c_str(), -1, dir_.string().c_str());
+  EXPECT_NE(cm_, nullptr);
+  return r;
+}
+
+std::pair<int, std::uint32_t> CharmapFileTest::try_text(const std::string& text) {
+  const int r = load_text(text);
+  const std::uint32_t e = r == 0 ? 0 : cm_->error;
+  kw_cm_unload(cm_);
+  cm_ = nullptr;
+  return {r, e};
+}
+
+std::string CharmapFileTest::header(const std::string& extra, int length) {
+  return "FILE_TYPE=charmap_object\nCOMPILER_VERSION=3\nHEADER_LENGTH=" + std::to_string(length) + "\n" + extra;
+}
+
+int CharmapFileTest::mblen(const std::string& s, int length) {
+  return kw_cm_mblen(cm_, s.data(), length == -2 ? static_cast<int>(s.size()) : length);
+}
+
+std::string fixture_object_text(const char* file) {
+  std::ifstream in(codeset_fixture_dir() + "kwa/cm3/" + file, std::ios::binary);
+  return std::string(std::istreambuf_iterator<char>(in), {});
+}
 
 }  // namespace kw::testing

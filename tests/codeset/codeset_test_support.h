@@ -3,8 +3,11 @@
 #pragma once
 
 #include <cstdint>
+#include <filesystem>
 #include <memory>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "codeset/charmap.h"
 #include "codeset/codec.h"
@@ -49,6 +52,45 @@ class CodecLocale {
 // ideographic space 0x3000 is space and blank; 0xA0 is space only, so that
 // the blank-based multibyte and the space-based wide forms differ on it).
 std::uint16_t test_class_of(std::uint32_t value);
+
+// Fixture of the codec tests: fixture charmaps loaded by name, each with a
+// locale head over it; all are released after the test.
+class CodecFixture : public KwTest {
+ protected:
+  void TearDown() override;
+  // Loads charmap `name` and makes a locale head over it.
+  CodecLocale& use(const char* name);
+  // The most recently loaded charmap and its locale's error slot.
+  kw_charmap* cm() { return charmaps_.empty() ? nullptr : charmaps_.back(); }
+  std::uint32_t& err() { return locales_.back()->error(); }
+
+  std::vector<kw_charmap*> charmaps_;
+  std::vector<std::unique_ptr<CodecLocale>> locales_;
+};
+
+// Fixture of the charmap loader tests: a scratch directory per test that
+// charmap object files are written to and loaded from.
+class CharmapFileTest : public KwTest {
+ protected:
+  void SetUp() override;
+  void TearDown() override;
+  // Writes `text` as `file` and loads it into cm_ (released at TearDown or
+  // by the next load).
+  int load_text(const std::string& text, const std::string& file = "test.cmo");
+  // Loads `text` and releases it again: the result and the record's error
+  // (0 on success).
+  std::pair<int, std::uint32_t> try_text(const std::string& text);
+  // The header of a charmap object with `length` header lines of which
+  // `extra` holds those after the first three.
+  static std::string header(const std::string& extra = "CODESET=TEST\nSOURCE_VERSION=4\n", int length = 5);
+  int mblen(const std::string& s, int length = -2);
+
+  std::filesystem::path dir_;
+  kw_charmap* cm_ = nullptr;
+};
+
+// The bytes of a generated fixture object (kwa/cm3/`file`).
+std::string fixture_object_text(const char* file);
 
 inline constexpr std::uint16_t kClassSpace = 16;
 inline constexpr std::uint16_t kClassCntrl = 32;

@@ -1,6 +1,9 @@
 // Tests of the character-symbol conversions over the fixture charmaps.
 #include <gtest/gtest.h>
 
+#include <climits>
+#include <cstdint>
+#include <cstring>
 #include <string>
 #include <vector>
 
@@ -32,23 +35,30 @@ class SymbolsTest : public kw::testing::KwTest {
   kw_charmap* cm_ = nullptr;
 };
 
-TEST_F(SymbolsTest, RangeNamesAreSpeltWithTheRangeFormat) {
+TEST_F(SymbolsTest, RangeNamesAreSpeltAndReadInTheRangeFormat) {
+  const struct {
+    std::int32_t format;
+    std::int64_t number;
+    const char* spelt;
+  } names[] = {{kRangeHex | 4, 0x3400, "U3400"}, {kRangeHex | 8, 0x1F600, "U0001F600"},
+               {4, 101, "U0101"}, {0, 101, "U101"}, {kRangeHex | 4, INT64_MAX, "U7FFFFFFFFFFFFFFF"}};
+  for (const auto& n : names) {
+    char out[kSymbolNameSize];
+    EXPECT_EQ(format_range_symbol(out, sizeof out, "U", n.format, n.number), std::strlen(n.spelt));
+    EXPECT_STREQ(out, n.spelt);
+    EXPECT_EQ(parse_range_number(n.spelt + 1, std::strlen(n.spelt) - 1, n.format), n.number) << n.spelt;
+  }
   char out[kSymbolNameSize];
-  EXPECT_EQ(format_range_symbol(out, sizeof out, "U", kRangeHex | 4, 0x3400), 5u);
-  EXPECT_STREQ(out, "U3400");
-  format_range_symbol(out, sizeof out, "U", kRangeHex | 8, 0x1F600);
-  EXPECT_STREQ(out, "U0001F600");
-  format_range_symbol(out, sizeof out, "j", 4, 101);
-  EXPECT_STREQ(out, "j0101");
-  format_range_symbol(out, sizeof out, "j", 0, 101);
-  EXPECT_STREQ(out, "j101");
   EXPECT_EQ(format_range_symbol(out, 5, "U", kRangeHex | 4, 0x3400), 0u) << "does not fit";
-  EXPECT_EQ(parse_range_number("3400", 4, kRangeHex | 4), 0x3400);
-  EXPECT_EQ(parse_range_number("03400", 5, kRangeHex | 4), -1) << "only the canonical spelling";
-  EXPECT_EQ(parse_range_number("340", 3, kRangeHex | 4), -1);
-  EXPECT_EQ(parse_range_number("34a0", 4, kRangeHex | 4), -1) << "upper-case digits only";
-  EXPECT_EQ(parse_range_number("0101", 4, 4), 101);
-  EXPECT_EQ(parse_range_number("01A1", 4, 4), -1);
+  const struct {
+    const char* digits;
+    std::int32_t format;
+  } not_numbers[] = {{"03400", kRangeHex | 4} /* only the canonical spelling */, {"340", kRangeHex | 4},
+                     {"34a0", kRangeHex | 4} /* upper-case digits only */, {"01A1", 4},
+                     {"FFFFFFFFFFFFFFFF", kRangeHex | 4} /* beyond 63 bits */};
+  for (const auto& n : not_numbers)
+    EXPECT_EQ(parse_range_number(n.digits, std::strlen(n.digits), n.format), -1) << n.digits;
+  EXPECT_EQ(parse_range_number("9999999999999999", 16, 0), 9999999999999999);
 }
 
 TEST_F(SymbolsTest, EucJpRoundTripsSymbolsAndRanges) {
@@ -129,6 +139,59 @@ TEST_F(SymbolsTest, SmallBuffersAndBadArguments) {
   EXPECT_EQ(kw_wcstosyms(cm_, out, 8, none, -1), -1);
   EXPECT_KW_ERROR(cm_->error, Err::Ilseq);
   EXPECT_EQ(kw_mbstosyms(nullptr, out, 8, "A", 1), -1);
+}
+
+// Names whose number part is too long for any range, or whose number does
+// not fit 64 bits, name nothing (and must not overflow while being read).
+TEST_F(SymbolsTest, OverlongRangeNumbersNameNothing) {
+  ASSERT_NE(use("unicode"), nullptr);
+  for (const char* syms : {"<UFFFFFFFFFFFFFFFF>", "<U8000000000000041>", "<UFFFFFFFFFFFFFFFFF>",
+                           "<U99999999999999999999>", "<U>"}) {
+    EXPECT_EQ(to_mbs(syms), "error") << syms;
+    EXPECT_KW_ERROR(cm_->error, Err::NoSymbol);
+  }
+  EXPECT_EQ(to_mbs("<U0041>"), std::string("\0A", 2));
+}
+
+// The symbol conversions on a record that stands in for a failed load, and
+// with every pointer and size at its edge.
+TEST_F(SymbolsTest, EveryConversionSurvivesOddArguments) {
+  kw_charmap* failed = nullptr;
+  ASSERT_EQ(kw_cm_load(&failed, "no-such-charmap", -1, nullptr), -1);
+  char out[16];
+  kw_wchar_t w[4];
+  const kw_wchar_t ws[] = {0x41, 0};
+  EXPECT_EQ(kw_mbstosyms(failed, out, sizeof out, "A", 1), -1);
+  EXPECT_EQ(kw_wcstosyms(failed, out, sizeof out, ws, -1), -1);
+  EXPECT_EQ(kw_symstombs(failed, out, sizeof out, "<U0041>"), -1);
+  EXPECT_EQ(kw_symstowcs(failed, w, 4, "<U0041>"), -1);
+  EXPECT_EQ(kw_mbtosymlist(failed, out, sizeof out, "A", 1), -1);
+  EXPECT_EQ(failed->error, 9u);
+  failed->error = 0;
+
+  ASSERT_NE(use("eucjp"), nullptr);
+  for (int n : {0, -1, -2, INT_MIN}) {
+    SCOPED_TRACE(n);
+    std::memset(out, 0x7f, sizeof out);
+    kw_mbstosyms(cm_, out, n, "A", 1);
+    kw_mbstosyms(cm_, out, sizeof out, "A", n);
+    kw_wcstosyms(cm_, out, n, ws, -1);
+    kw_wcstosyms(cm_, out, sizeof out, ws, n);
+    kw_symstombs(cm_, out, n, "<U0041>");
+    kw_symstowcs(cm_, w, n, "<U0041>");
+    kw_mbtosymlist(cm_, out, n, "A", 1);
+    kw_mbtosymlist(cm_, out, sizeof out, "A", n);
+    EXPECT_NE(cm_->error, 0u);
+    cm_->error = 0;
+  }
+  EXPECT_EQ(kw_mbstosyms(cm_, out, 1, "", -1), 0) << "room for the terminator only";
+  EXPECT_EQ(out[0], '\0');
+  EXPECT_EQ(kw_symstombs(cm_, out, 1, ""), 0);
+  EXPECT_EQ(kw_symstowcs(cm_, w, 1, "  "), 0);
+  EXPECT_EQ(kw_mbtosymlist(cm_, nullptr, 8, "A", 1), -1);
+  EXPECT_KW_ERROR(cm_->error, Err::BadPtr);
+  EXPECT_EQ(kw_symstowcs(cm_, nullptr, 8, "<U0041>"), -1);
+  EXPECT_KW_ERROR(cm_->error, Err::BadPtr);
 }
 
 TEST_F(SymbolsTest, EveryFixtureSymbolMapsToItsBytes) {

@@ -2,8 +2,11 @@
 #include "charmap_source.h"
 
 #include <cctype>
+#include <cstdint>
 #include <cstdlib>
 #include <sstream>
+
+#include "codeset/charmap.h"
 
 namespace kw::writers {
 namespace {
@@ -32,6 +35,17 @@ bool read_symbol(const std::string& line, std::size_t& p, char escape, std::stri
   return false;
 }
 
+// The value of digit `c` in `base`, or -1.
+int digit_value(char c, int base) {
+  int d = -1;
+  if (c >= '0' && c <= '9') d = c - '0';
+  else if (c >= 'a' && c <= 'f') d = c - 'a' + 10;
+  else if (c >= 'A' && c <= 'F') d = c - 'A' + 10;
+  return d < base ? d : -1;
+}
+
+// Reads escaped bytes: /xHH, /dDDD or /oOOO (at most 2 or 3 digits of the
+// base each); a value above 255 is malformed.
 bool read_bytes(const std::string& line, std::size_t& p, char escape, std::vector<std::uint8_t>& bytes) {
   bytes.clear();
   while (p + 1 < line.size() && line[p] == escape) {
@@ -41,9 +55,13 @@ bool read_bytes(const std::string& line, std::size_t& p, char escape, std::vecto
     p += 2;
     const std::size_t start = p;
     const std::size_t max_digits = base == 16 ? 2 : 3;
-    while (p < line.size() && p - start < max_digits && std::isxdigit(static_cast<unsigned char>(line[p]))) ++p;
-    if (p == start) return false;
-    bytes.push_back(static_cast<std::uint8_t>(std::strtoul(line.substr(start, p - start).c_str(), nullptr, base)));
+    unsigned value = 0;
+    while (p < line.size() && p - start < max_digits && digit_value(line[p], base) >= 0) {
+      value = value * static_cast<unsigned>(base) + static_cast<unsigned>(digit_value(line[p], base));
+      ++p;
+    }
+    if (p == start || value > 255) return false;
+    bytes.push_back(static_cast<std::uint8_t>(value));
   }
   return !bytes.empty();
 }
@@ -103,9 +121,13 @@ bool read_charmap_source(const std::string& text, CmoSource& out, std::string& e
     std::string p1, d1, p2, d2;
     if (!split_number(first, hex, p1, d1) || !split_number(last, hex, p2, d2) || p1 != p2 || d1.size() != d2.size())
       return error = "bad range names at line " + std::to_string(lineno), false;
-    const long n1 = std::strtol(d1.c_str(), nullptr, hex ? 16 : 10);
-    const long n2 = std::strtol(d2.c_str(), nullptr, hex ? 16 : 10);
+    const long long n1 = std::strtoll(d1.c_str(), nullptr, hex ? 16 : 10);
+    const long long n2 = std::strtoll(d2.c_str(), nullptr, hex ? 16 : 10);
     if (n2 < n1) return error = "empty range at line " + std::to_string(lineno), false;
+    // Range numbers are 32-bit in the object, and a range holds at most
+    // kMaxRangeCount characters.
+    if (n1 > INT32_MAX || n2 - n1 >= kw::codeset::kMaxRangeCount)
+      return error = "range too large at line " + std::to_string(lineno), false;
     const std::int32_t format = static_cast<std::int32_t>(d1.size()) | (hex ? 0x100 : 0);
     // A range whose byte-wise increment would leave the code set is split
     // where the bytes stop following each other; the charmap source lists

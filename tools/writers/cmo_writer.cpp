@@ -26,6 +26,15 @@ void put_bytes(std::string& out, const std::vector<std::uint8_t>& bytes) {
   }
 }
 
+// The loader reads lines into a kCmoLineSize buffer and drops the last
+// character read: a line with its newline must fit in kCmoLineSize - 1.
+bool fits_line(const std::string& line) { return line.size() + 1 < kw::codeset::kCmoLineSize; }
+
+bool valid_codeset(const std::string& codeset) {
+  if (!fits_line(kw::codeset::kCmoCodeset + codeset)) return false;
+  return codeset.find_first_of(std::string("\n\r\0", 3)) == std::string::npos;
+}
+
 }  // namespace
 
 std::vector<std::uint8_t> next_sequence(const std::vector<std::uint8_t>& bytes) {
@@ -38,6 +47,7 @@ std::vector<std::uint8_t> next_sequence(const std::vector<std::uint8_t>& bytes) 
 
 bool write_cmo(const CmoSource& src, std::string& out, std::string& error) {
   out.clear();
+  if (!valid_codeset(src.codeset)) return error = "bad code-set name: " + src.codeset, false;
   out += kw::codeset::kCmoFileType;
   out += '\n';
   out += kw::codeset::kCmoCompilerVersion;
