@@ -5,24 +5,28 @@
 
 namespace lc = kw::locale;
 
-KW_EXPORT char* KW_CALL kw_nl_langinfo(kw_locale* handle, int item) {
-  if (handle == nullptr || item < 0 || item > lc::kLastItem) return nullptr;
+namespace {
+
+// The narrow and wide strings of `item`, both null where the handle or the
+// item is invalid or the query fails (its error stored in the handle).
+lc::Item query_item(kw_locale* handle, int item) noexcept {
+  if (handle == nullptr || item < 0 || item > lc::kLastItem) return lc::Item{nullptr, nullptr};
   auto r = lc::langinfo(*handle, item);
   if (!r) {
     kw::frame::store_error(handle, r.error());
-    return nullptr;
+    return lc::Item{nullptr, nullptr};
   }
-  return const_cast<char*>(r->s);
+  return *r;
+}
+
+}  // namespace
+
+KW_EXPORT char* KW_CALL kw_nl_langinfo(kw_locale* handle, int item) {
+  return const_cast<char*>(query_item(handle, item).s);
 }
 
 KW_EXPORT kw_wchar_t* KW_CALL kw_wc_nl_langinfo(kw_locale* handle, int item) {
-  if (handle == nullptr || item < 0 || item > lc::kLastItem) return nullptr;
-  auto r = lc::langinfo(*handle, item);
-  if (!r) {
-    kw::frame::store_error(handle, r.error());
-    return nullptr;
-  }
-  return const_cast<kw_wchar_t*>(r->w);
+  return const_cast<kw_wchar_t*>(query_item(handle, item).w);
 }
 
 KW_EXPORT kw_lconv* KW_CALL kw_localeconv(kw_locale* handle) {

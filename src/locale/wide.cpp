@@ -51,11 +51,16 @@ char* copy_conv_string(const char* s) noexcept {
   return c;
 }
 
-char* grouping_bytes(const Grouping& g) noexcept {
+// The grouping as a byte string (null for an empty or oversized grouping);
+// `nomem` is set when the block could not be allocated.
+char* grouping_bytes(const Grouping& g, bool& nomem) noexcept {
   if (g.count < 1 || g.count > 255) return nullptr;
   const int n = g.count < kMaxGrouping ? g.count : kMaxGrouping;
   char* b = alloc_array<char>(static_cast<std::size_t>(n) + 1);
-  if (b == nullptr) return nullptr;
+  if (b == nullptr) {
+    nomem = true;
+    return nullptr;
+  }
   for (int i = 0; i < n; ++i) b[i] = static_cast<char>(g.values[i]);
   b[n] = '\0';
   return b;
@@ -162,8 +167,7 @@ Err rebuild_conv(kw_locale& h, int category) noexcept {
   if (category == KW_NUMERIC) {
     conv_member(h, h.decimal_point, c.decimal_point, c.wdecimal_point, nomem);
     conv_member(h, h.thousands_sep, c.thousands_sep, c.wthousands_sep, nomem);
-    c.grouping = grouping_bytes(h.grouping);
-    if (c.grouping == nullptr && h.grouping.count >= 1 && h.grouping.count <= 255) nomem = true;
+    c.grouping = grouping_bytes(h.grouping, nomem);
     conv_member(h, h.num_positive_sign, c.num_positive_sign, c.wnum_positive_sign, nomem);
     conv_member(h, h.num_negative_sign, c.num_negative_sign, c.wnum_negative_sign, nomem);
   } else if (category == KW_MONETARY) {
@@ -171,8 +175,7 @@ Err rebuild_conv(kw_locale& h, int category) noexcept {
     conv_member(h, h.currency_symbol, c.currency_symbol, c.wcurrency_symbol, nomem);
     conv_member(h, h.mon_decimal_point, c.mon_decimal_point, c.wmon_decimal_point, nomem);
     conv_member(h, h.mon_thousands_sep, c.mon_thousands_sep, c.wmon_thousands_sep, nomem);
-    c.mon_grouping = grouping_bytes(h.mon_grouping);
-    if (c.mon_grouping == nullptr && h.mon_grouping.count >= 1 && h.mon_grouping.count <= 255) nomem = true;
+    c.mon_grouping = grouping_bytes(h.mon_grouping, nomem);
     conv_member(h, h.positive_sign, c.positive_sign, c.wpositive_sign, nomem);
     conv_member(h, h.negative_sign, c.negative_sign, c.wnegative_sign, nomem);
     c.int_frac_digits = conv_number(h.int_frac_digits);

@@ -46,13 +46,6 @@ class DiagTest : public KwTest {
     const auto end = log.rfind("----\n");
     return end == std::string::npos ? log : log.substr(end + 5);
   }
-  bool logging_with(const std::string& value) {
-    kw::frame::reset_diag_for_tests();
-    std::remove(log_.c_str());
-    FakePlatform::set_env("KWALOG", value);
-    kw_diag("probe");
-    return !slurp(log_).empty();
-  }
 
   std::string log_;
   std::string ini_;
@@ -70,30 +63,45 @@ TEST_F(DiagTest, LogsEachMessageAfterOneStartBanner) {
   EXPECT_TRUE(std::regex_match(log, kExpected)) << log;
 }
 
-TEST_F(DiagTest, OnlyTheFirstCharacterOfASwitchIsFolded) {
-  EXPECT_TRUE(logging_with("on"));
-  EXPECT_TRUE(logging_with("On"));
-  EXPECT_TRUE(logging_with("only"));
-  EXPECT_FALSE(logging_with("ON"));
-  EXPECT_FALSE(logging_with("oN"));
-  EXPECT_FALSE(logging_with("off"));
-  EXPECT_FALSE(logging_with("o"));
-  EXPECT_FALSE(logging_with(""));
-  EXPECT_FALSE(logging_with(" on"));
-}
-
-TEST_F(DiagTest, PopupsFollowKwadebug) {
-  FakePlatform::set_env("KWADEBUG", "ON");
-  ::testing::internal::CaptureStderr();
-  kw_diag("hidden");
-  EXPECT_EQ(::testing::internal::GetCapturedStderr(), "");
-
-  kw::frame::reset_diag_for_tests();
-  FakePlatform::set_env("KWADEBUG", "On");
-  ::testing::internal::CaptureStderr();
-  kw_diag("shown");
-  EXPECT_EQ(::testing::internal::GetCapturedStderr(), "KWA: shown\n");
-  EXPECT_EQ(slurp(log_), "");
+// Whether a message is logged and shown, from KWALOG, KWADEBUG and the
+// settings file: only the first character of a switch is folded, and a
+// value in the settings file wins over the environment unless it is empty.
+TEST_F(DiagTest, SwitchesFromEnvironmentAndSettings) {
+  const struct {
+    const char* log_env;
+    const char* debug_env;
+    const char* settings;
+    bool logs, shows;
+  } rows[] = {
+      {"on", nullptr, "", true, false},
+      {"On", nullptr, "", true, false},
+      {"only", nullptr, "", true, false},
+      {"ON", nullptr, "", false, false},
+      {"oN", nullptr, "", false, false},
+      {"off", nullptr, "", false, false},
+      {"o", nullptr, "", false, false},
+      {"", nullptr, "", false, false},
+      {" on", nullptr, "", false, false},
+      {nullptr, "ON", "", false, false},
+      {nullptr, "On", "", false, true},
+      {"on", "on", "[KWA]\nLogging=off\nPopups=no\n", false, false},
+      {nullptr, nullptr, "; comment\n[Other]\nLogging=off\n[ kwa ]\n  LOGGING =  \"on\"  \n", true, false},
+      {"on", nullptr, "[KWA]\nLogging=\n", true, false},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(std::string(row.log_env ? row.log_env : "-") + " / " + (row.debug_env ? row.debug_env : "-") +
+                 " / " + row.settings);
+    kw::frame::reset_diag_for_tests();
+    std::remove(log_.c_str());
+    FakePlatform::install();
+    if (row.log_env != nullptr) FakePlatform::set_env("KWALOG", row.log_env);
+    if (row.debug_env != nullptr) FakePlatform::set_env("KWADEBUG", row.debug_env);
+    use_settings(row.settings);
+    ::testing::internal::CaptureStderr();
+    kw_diag("probe");
+    EXPECT_EQ(::testing::internal::GetCapturedStderr(), row.shows ? "KWA: probe\n" : "");
+    EXPECT_EQ(messages(), row.logs ? "probe\n" : "");
+  }
 }
 
 TEST_F(DiagTest, SwitchesAreReadOnlyOnce) {
@@ -104,30 +112,6 @@ TEST_F(DiagTest, SwitchesAreReadOnlyOnce) {
   kw::frame::reset_diag_for_tests();
   kw_diag("after");
   EXPECT_EQ(messages(), "after\n");
-}
-
-TEST_F(DiagTest, SettingsFileValueWinsOverEnvironment) {
-  FakePlatform::set_env("KWALOG", "on");
-  FakePlatform::set_env("KWADEBUG", "on");
-  use_settings("[KWA]\nLogging=off\nPopups=no\n");
-  ::testing::internal::CaptureStderr();
-  kw_diag("quiet");
-  EXPECT_EQ(::testing::internal::GetCapturedStderr(), "");
-  EXPECT_EQ(slurp(log_), "");
-}
-
-TEST_F(DiagTest, SettingsFileSwitchesOnWithoutEnvironment) {
-  use_settings("; comment\n[Other]\nLogging=off\n[ kwa ]\n  LOGGING =  \"on\"  \n");
-  kw_diag("from settings");
-  EXPECT_EQ(messages(), "from settings\n");
-
-  // An empty value is no value: the environment decides.
-  kw::frame::reset_diag_for_tests();
-  std::remove(log_.c_str());
-  FakePlatform::set_env("KWALOG", "on");
-  use_settings("[KWA]\nLogging=\n");
-  kw_diag("from environment");
-  EXPECT_EQ(messages(), "from environment\n");
 }
 
 TEST_F(DiagTest, UnwritableLogIsSilent) {

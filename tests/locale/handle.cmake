@@ -28,7 +28,6 @@ kwa_add_test(kwa_locale_tests
   ${CMAKE_CURRENT_LIST_DIR}/handle_test.cpp
   ${CMAKE_CURRENT_LIST_DIR}/lco_reader_test.cpp
   ${CMAKE_CURRENT_LIST_DIR}/select_test.cpp
-  ${CMAKE_CURRENT_LIST_DIR}/info_test.cpp
   ${CMAKE_CURRENT_LIST_DIR}/malformed_object_test.cpp)
 target_link_libraries(kwa_locale_tests PRIVATE kwa_locale_fixture_sources)
 target_compile_definitions(kwa_locale_tests PRIVATE KWA_LOCALE_TESTDATA="${KWA_LOCALE_TESTDATA}")

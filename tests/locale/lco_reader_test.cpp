@@ -89,7 +89,7 @@ TEST_F(LcoTokenTest, StringNeedsOneBlankAfterAPositiveLengthAndEndsInFourZeros) 
 TEST_F(LcoTokenTest, GroupingHoldsFifteenValuesAndFailsAfterTheFifteenth) {
   std::int32_t count = 0, values[15];
   std::string fifteen = "15";
-  for (int i = 0; i < 15; ++i) fifteen += " " + std::to_string(i);
+  for (int i = 0; i < 15; ++i) fifteen.append(" ").append(std::to_string(i));
   auto& in = input(fifteen + " x");
   ASSERT_EQ(in.grouping(count, values), Err::None);
   EXPECT_EQ(count, 15);
@@ -237,10 +237,8 @@ TEST_F(LoaderFailureTest, WholeLocaleReaderStoresTheErrorAndLogsTheSection) {
 TEST_F(LoaderFailureTest, OneCategoryReaderChecksTheCodeSetAndReadsOnlyItsSection) {
   kw_locale* h = load_default();
   // The MONETARY section is read although the TIME section is broken.
-  char* s = kw_setlocale_4(h, KW_MONETARY, bad_file("bad_calendar").c_str());
-  EXPECT_NE(s, nullptr);
+  EXPECT_NE(set_locale(h, KW_MONETARY, bad_file("bad_calendar").c_str()), "<null>");
   EXPECT_EQ(error_of(h), 0u);
-  kw_destroystring(s);
 
   EXPECT_EQ(kw_setlocale_4(h, KW_NUMERIC, bad_file("other_codeset").c_str()), nullptr);
   EXPECT_EQ(error_of(h), 58u);
@@ -261,9 +259,7 @@ TEST_F(LoaderFailureTest, OneCategoryReaderChecksTheCodeSetAndReadsOnlyItsSectio
 TEST_F(LoaderFailureTest, CategoryInitialisationNeedsCharacters) {
   kw_locale* h = nullptr;
   ASSERT_EQ(kw_create_null_locale_4(&h), 0);
-  char* s = kw_setlocale_4(h, KW_CTYPE, bad_file("empty_ctype").c_str());
-  ASSERT_NE(s, nullptr);
-  kw_destroystring(s);
+  ASSERT_NE(set_locale(h, KW_CTYPE, bad_file("empty_ctype").c_str()), "<null>");
   const std::size_t before = log_text().size();
   EXPECT_EQ(kw_setlocale_4(h, KW_TIME, bad_file("empty_ctype").c_str()), nullptr);
   EXPECT_EQ(error_of(h), 57u);
@@ -338,7 +334,7 @@ TEST_F(RoundTripTest, SingleByteLocaleKeepsEveryField) {
   kw_lc_unload(h);
 }
 
-TEST_F(RoundTripTest, TwoByteLocaleEndsStringsInZeroBytesAndWidensByCharacter) {
+TEST_F(RoundTripTest, MultibyteLocalesEndStringsInZeroBytesAndWidenByCharacter) {
   kw_locale* h = nullptr;
   ASSERT_EQ(kw_lc_load(&h, "xx_yy.twobyte", nullptr, nullptr), 0) << error_of(h);
   EXPECT_EQ(kw_mb_loc_min(h), 2);
@@ -350,10 +346,7 @@ TEST_F(RoundTripTest, TwoByteLocaleEndsStringsInZeroBytesAndWidensByCharacter) {
   EXPECT_EQ(item_wide(h, 59), std::vector<kw_wchar_t>{0x3001});
   EXPECT_EQ(item_wide(h, 35), (std::vector<kw_wchar_t>{'J', 'a', 'n'}));
   kw_lc_unload(h);
-}
 
-TEST_F(RoundTripTest, Utf8LocaleWidensMultibyteNames) {
-  kw_locale* h = nullptr;
   ASSERT_EQ(kw_lc_load(&h, "ja_jp.utf8", nullptr, nullptr), 0) << error_of(h);
   EXPECT_EQ(kw_mb_loc_min(h), 1);
   EXPECT_EQ(kw_mb_loc_max(h), 4);
@@ -368,20 +361,26 @@ TEST_F(RoundTripTest, Utf8LocaleWidensMultibyteNames) {
   kw_lc_unload(h);
 }
 
-// Objects edited by hand from the writer's text, read from a scratch file.
+// Objects edited by hand from the writer's text, read from a scratch file
+// into one category of a locale.
 class EditedObjectTest : public LocaleTest {
  protected:
-  std::string write(const std::string& text) {
-    const std::string path = ::testing::TempDir() + "kwa_edited_" + std::to_string(++count_) + ".lco";
+  // A locale (the default one, or the null locale) with `category` read
+  // from `text`; fails the test when it cannot be read.
+  kw_locale* load_edited(int category, const std::string& text, bool null_locale = false) {
+    const std::string path = ::testing::TempDir() + "kwa_edited_" + std::to_string(paths_.size()) + ".lco";
     std::ofstream(path, std::ios::binary | std::ios::trunc) << text;
     paths_.push_back(path);
-    return path;
+    kw_locale* h = nullptr;
+    if (null_locale) EXPECT_EQ(kw_create_null_locale_4(&h), 0);
+    else h = load_default();
+    EXPECT_NE(set_locale(h, category, path.c_str()), "<null>") << error_of(h);
+    return h;
   }
   void TearDown() override {
     for (const auto& p : paths_) std::filesystem::remove(p);
     LocaleTest::TearDown();
   }
-  int count_ = 0;
   std::vector<std::string> paths_;
 };
 
@@ -392,10 +391,7 @@ TEST_F(EditedObjectTest, ClassNumbersBelow2048AreBitNumbersOthersAreMasks) {
   const std::size_t at = text.find("0 wide\n");
   ASSERT_NE(at, std::string::npos);
   text.replace(at, 1, "16384");
-  kw_locale* h = load_default();
-  char* s = kw_setlocale_4(h, KW_CTYPE, write(text).c_str());
-  ASSERT_NE(s, nullptr) << error_of(h);
-  kw_destroystring(s);
+  kw_locale* h = load_edited(KW_CTYPE, text);
   ASSERT_EQ(h->n_classes, 3u);
   EXPECT_EQ(h->classes[0].mask, 2048u);
   EXPECT_EQ(h->classes[1].mask, 2048u << 3);
@@ -407,22 +403,16 @@ TEST_F(EditedObjectTest, ClassNumbersBelow2048AreBitNumbersOthersAreMasks) {
 TEST_F(EditedObjectTest, LongCodeSetNameIsCutAtTwentyCharacters) {
   std::string text = writers::write_lco(posix_locale());
   text = text.replace(text.find("\n8859-1\n"), 8, "\n8859-1-and-a-much-longer-name\n");
-  kw_locale* h = nullptr;
-  ASSERT_EQ(kw_create_null_locale_4(&h), 0);
-  char* s = kw_setlocale_4(h, KW_CTYPE, write(text).c_str());
-  ASSERT_NE(s, nullptr) << error_of(h);
-  kw_destroystring(s);
+  kw_locale* h = load_edited(KW_CTYPE, text, true);
   EXPECT_STREQ(locale::codeset_name(*h, KW_CTYPE), "8859-1-and-a-much-lo");
   kw_lc_unload(h);
 }
 
-TEST_F(EditedObjectTest, ThaiCollationReadsNothingMore) {
+TEST_F(EditedObjectTest, ThaiCollationReadsNothingMoreAndEmptyExpansionMeansFour) {
   writers::LocaleSource src = posix_locale();
   src.collate.kind = writers::CollateSource::Kind::Thai;
-  kw_locale* h = load_default();
-  char* s = kw_setlocale_4(h, KW_COLLATE, write(writers::write_lco(src)).c_str());
-  ASSERT_NE(s, nullptr) << error_of(h);
-  kw_destroystring(s);
+  src.ctype.expansion = -1;
+  kw_locale* h = load_edited(KW_COLLATE, writers::write_lco(src));
   EXPECT_EQ(h->coll_kind, 2);
   EXPECT_EQ(h->coll_levels, 0);
   EXPECT_EQ(h->coll_weights[0], nullptr);
@@ -431,15 +421,7 @@ TEST_F(EditedObjectTest, ThaiCollationReadsNothingMore) {
   ASSERT_NE(h->coll, nullptr);
   EXPECT_EQ(h->coll->longest, 0u);
   kw_lc_unload(h);
-}
-
-TEST_F(EditedObjectTest, EmptyExpansionLineMeansFour) {
-  writers::LocaleSource src = posix_locale();
-  src.ctype.expansion = -1;
-  kw_locale* h = load_default();
-  char* s = kw_setlocale_4(h, KW_CTYPE, write(writers::write_lco(src)).c_str());
-  ASSERT_NE(s, nullptr) << error_of(h);
-  kw_destroystring(s);
+  h = load_edited(KW_CTYPE, writers::write_lco(src));
   EXPECT_DOUBLE_EQ(h->ctype_expansion, 4.0);
   kw_lc_unload(h);
 }
@@ -448,9 +430,7 @@ TEST_F(EditedObjectTest, EmptyExpansionLineMeansFour) {
 // single-byte one were made byte by byte (the old single-byte flag).
 TEST_F(RoundTripTest, ReloadingAnotherCodeSetWidensByTheNewRules) {
   kw_locale* h = load_default();
-  char* s = kw_setlocale_4(h, KW_ALL, "ja_jp/e01c.lco");
-  ASSERT_NE(s, nullptr) << error_of(h);
-  kw_destroystring(s);
+  ASSERT_NE(set_locale(h, KW_ALL, "ja_jp/e01c.lco"), "<null>") << error_of(h);
   EXPECT_EQ(item_wide(h, 35), (std::vector<kw_wchar_t>{'1', 0xE69C88}));
   EXPECT_EQ(h->sb_class, nullptr);
   EXPECT_EQ(h->single_byte, 0u);

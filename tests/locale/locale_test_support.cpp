@@ -76,6 +76,13 @@ std::vector<kw_wchar_t> item_wide(kw_locale* h, int item) {
   return out;
 }
 
+std::string set_locale(kw_locale* h, int category, const char* spec) {
+  char* s = kw_setlocale_4(h, category, spec);
+  std::string out = s != nullptr ? s : "<null>";
+  kw_destroystring(s);
+  return out;
+}
+
 std::uint32_t error_of(kw_locale* h) { return *kw_ext_errno(h); }
 
 }  // namespace kw::testing

@@ -37,6 +37,9 @@ class LocaleTest : public KwTest {
 std::string item_bytes(kw_locale* h, int item);
 // The wide form of item `item` as values (empty for null).
 std::vector<kw_wchar_t> item_wide(kw_locale* h, int item);
+// kw_setlocale_4 as a string: the locale string it returns (released), or
+// "<null>" when it fails; a null `spec` queries.
+std::string set_locale(kw_locale* h, int category, const char* spec);
 // The locale's error slot.
 std::uint32_t error_of(kw_locale* h);
 

@@ -9,21 +9,7 @@
 namespace kw::testing {
 namespace {
 
-class SelectTest : public LocaleTest {
- protected:
-  std::string names(kw_locale* h) {
-    char* s = kw_setlocale_4(h, KW_ALL, nullptr);
-    std::string out = s != nullptr ? s : "<null>";
-    kw_destroystring(s);
-    return out;
-  }
-  std::string name(kw_locale* h, int category) {
-    char* s = kw_setlocale_4(h, category, nullptr);
-    std::string out = s != nullptr ? s : "<null>";
-    kw_destroystring(s);
-    return out;
-  }
-};
+class SelectTest : public LocaleTest {};
 
 constexpr char kAllDefault[] =
     "KW_CTYPE = default.lco ; KW_COLLATE = default.lco ; KW_NUMERIC = default.lco ; "
@@ -31,16 +17,13 @@ constexpr char kAllDefault[] =
 
 TEST_F(SelectTest, DefaultLocaleNamesDefaultObjectForEveryCategory) {
   kw_locale* h = load_default();
-  EXPECT_EQ(names(h), kAllDefault);
+  EXPECT_EQ(set_locale(h, KW_ALL, nullptr), kAllDefault);
   EXPECT_EQ(kw_mb_loc_max(h), 1);
   kw_lc_unload(h);
 
   // With no environment, selection reads every category from default.lco.
   ASSERT_EQ(kw_create_null_locale_4(&h), 0);
-  char* s = kw_setlocale_4(h, KW_ALL, "");
-  ASSERT_NE(s, nullptr) << error_of(h);
-  EXPECT_STREQ(s, kAllDefault);
-  kw_destroystring(s);
+  EXPECT_EQ(set_locale(h, KW_ALL, ""), kAllDefault) << error_of(h);
   kw_lc_unload(h);
 }
 
@@ -61,19 +44,11 @@ TEST_F(SelectTest, MissingDefaultGivesTheStaticHandle) {
 TEST_F(SelectTest, EnvironmentPrecedenceIsAllThenCategoryThenLang) {
   kw_locale* h = load_default();
   set_env("KW_LANG", "en_us/0333.lco");
-  char* s = kw_setlocale_4(h, KW_TIME, "");
-  EXPECT_STREQ(s, "en_us/0333.lco");
-  kw_destroystring(s);
-
+  EXPECT_EQ(set_locale(h, KW_TIME, ""), "en_us/0333.lco");
   set_env("KW_TIME", "default.lco");
-  s = kw_setlocale_4(h, KW_TIME, "");
-  EXPECT_STREQ(s, "default.lco");
-  kw_destroystring(s);
-
+  EXPECT_EQ(set_locale(h, KW_TIME, ""), "default.lco");
   set_env("KW_ALL", "native");
-  s = kw_setlocale_4(h, KW_TIME, "");
-  EXPECT_STREQ(s, "native");  // read from default.lco
-  kw_destroystring(s);
+  EXPECT_EQ(set_locale(h, KW_TIME, ""), "native");  // read from default.lco
   EXPECT_EQ(item_bytes(h, 15), "January");
   kw_lc_unload(h);
 }
@@ -81,9 +56,7 @@ TEST_F(SelectTest, EnvironmentPrecedenceIsAllThenCategoryThenLang) {
 TEST_F(SelectTest, CompositeSpecificationSelectsPerCategory) {
   kw_locale* h = load_default();
   // One category takes its own entry.
-  char* s = kw_setlocale_4(h, KW_TIME, "KW_NUMERIC = default.lco ; KW_TIME =  en_us/0333.lco ; ");
-  EXPECT_STREQ(s, "en_us/0333.lco");
-  kw_destroystring(s);
+  EXPECT_EQ(set_locale(h, KW_TIME, "KW_NUMERIC = default.lco ; KW_TIME =  en_us/0333.lco ; "), "en_us/0333.lco");
   EXPECT_EQ(item_bytes(h, 66).substr(0, 6), "+:1:19");
 
   // With KW_ALL every category without an entry takes the whole text and
@@ -95,15 +68,11 @@ TEST_F(SelectTest, CompositeSpecificationSelectsPerCategory) {
 
 TEST_F(SelectTest, LocaleStringSelectsTheSameNamesAgain) {
   kw_locale* h = load_default();
-  char* s = kw_setlocale_4(h, KW_MONETARY, "en_us/0333.lco");
-  kw_destroystring(s);
-  const std::string all = names(h);
+  set_locale(h, KW_MONETARY, "en_us/0333.lco");
+  const std::string all = set_locale(h, KW_ALL, nullptr);
   kw_locale* g = nullptr;
   ASSERT_EQ(kw_create_null_locale_4(&g), 0);
-  s = kw_setlocale_4(g, KW_ALL, all.c_str());
-  ASSERT_NE(s, nullptr) << error_of(g);
-  EXPECT_EQ(std::string(s), all);
-  kw_destroystring(s);
+  EXPECT_EQ(set_locale(g, KW_ALL, all.c_str()), all) << error_of(g);
   EXPECT_EQ(item_bytes(g, 59), "$");
   kw_lc_unload(g);
   kw_lc_unload(h);
@@ -113,16 +82,13 @@ TEST_F(SelectTest, SpecificationLengthAndCategoryAreChecked) {
   kw_locale* h = load_default();
   std::string spec = "KW_TIME = en_us/0333.lco";
   spec.resize(311, ' ');
-  char* s = kw_setlocale_4(h, KW_TIME, spec.c_str());
-  EXPECT_STREQ(s, "en_us/0333.lco");
-  kw_destroystring(s);
+  EXPECT_EQ(set_locale(h, KW_TIME, spec.c_str()), "en_us/0333.lco");
   spec.push_back(' ');
-  EXPECT_EQ(kw_setlocale_4(h, KW_TIME, spec.c_str()), nullptr);
-  EXPECT_EQ(error_of(h), 9u);
-  EXPECT_EQ(kw_setlocale_4(h, 8, "default.lco"), nullptr);
-  EXPECT_EQ(error_of(h), 9u);
-  EXPECT_EQ(kw_setlocale_4(h, 0, "default.lco"), nullptr);
-  EXPECT_EQ(error_of(h), 9u);
+  const std::pair<int, const char*> bad[] = {{KW_TIME, spec.c_str()}, {8, "default.lco"}, {0, "default.lco"}};
+  for (const auto& [category, text] : bad) {
+    EXPECT_EQ(set_locale(h, category, text), "<null>") << category;
+    EXPECT_EQ(error_of(h), 9u);
+  }
   kw_lc_unload(h);
 }
 
@@ -132,10 +98,7 @@ TEST_F(SelectTest, LocaleNameOfThirtyTwoCharactersIsKeptWhole) {
   // absolute path is cut to 32 bytes in the name only.
   const std::string path = data_dir() + "kwa/lc11/en_us/0333.lco";
   ASSERT_GT(path.size(), 32u);
-  char* s = kw_setlocale_4(h, KW_MESSAGES, path.c_str());
-  ASSERT_NE(s, nullptr) << error_of(h);
-  EXPECT_EQ(std::string(s), path.substr(0, 32));
-  kw_destroystring(s);
+  EXPECT_EQ(set_locale(h, KW_MESSAGES, path.c_str()), path.substr(0, 32)) << error_of(h);
   EXPECT_EQ(item_bytes(h, 71), "^[yY].*");
   kw_lc_unload(h);
 }
@@ -175,60 +138,38 @@ TEST_F(SelectTest, FailedLoadIsNotCached) {
   kw_lc_unload(h);
 }
 
-TEST_F(SelectTest, CreationUnderFailingAllocationsLeaksNothing) {
-  for_each_failing_allocation([&] {
-    kw_locale* h = nullptr;
-    const int r = kw_createlocale_4(&h);
-    // A failed allocation in the object lookup reads as a missing file.
-    if (r != 0) {
-      EXPECT_TRUE(error_of(h) == 3u || error_of(h) == 8u) << error_of(h);
-    }
-    kw_lc_unload(h);
-    EXPECT_EQ(CountingAllocator::live(), 0u);
-  });
-}
-
-TEST_F(SelectTest, LoadUnderFailingAllocationsLeaksNothing) {
-  for_each_failing_allocation([&] {
-    kw_locale* h = nullptr;
-    const int r = kw_lc_load(&h, "ja_jp.utf8", nullptr, nullptr);
-    // The code-set lookup of the specification falls back to the text
-    // itself when it cannot allocate, which names no file.
-    if (r != 0) {
-      EXPECT_TRUE(error_of(h) == 3u || error_of(h) == 8u) << error_of(h);
-    }
-    kw_lc_unload(h);
-    EXPECT_EQ(CountingAllocator::live(), 0u);
-  }, 20000);
-}
-
-// Loading over a loaded locale frees and rebuilds what the categories own.
-TEST_F(SelectTest, ReloadUnderFailingAllocationsLeaksNothing) {
-  for_each_failing_allocation([&] {
-    kw_locale* h = nullptr;
-    if (kw_createlocale_4(&h) == 0) {
-      char* s = kw_setlocale_4(h, KW_ALL, "xx_yy/ea61.lco");
-      if (s == nullptr) {
+// Creation, loads of each kind of object (the single-byte fixture has every
+// kind of data: classes, case pairs, elements, expansions, groupings, eras
+// and alternative digits) and a load over a loaded locale, which frees and
+// rebuilds what the categories own. A failed allocation in the object
+// lookup, or in the code-set lookup of a specification (which then falls
+// back to the text itself), reads as a missing file.
+TEST_F(SelectTest, CreationAndLoadsUnderFailingAllocationsLeakNothing) {
+  const struct {
+    const char* what;
+    int (*run)(kw_locale**);
+  } ops[] = {
+      {"create", [](kw_locale** h) { return kw_createlocale_4(h); }},
+      {"utf8 load", [](kw_locale** h) { return kw_lc_load(h, "ja_jp.utf8", nullptr, nullptr); }},
+      {"single-byte load", [](kw_locale** h) { return kw_lc_load(h, "en_us/0333.lco", nullptr, nullptr); }},
+      {"reload", [](kw_locale** h) {
+         if (kw_createlocale_4(h) != 0) return -1;
+         char* s = kw_setlocale_4(*h, KW_ALL, "xx_yy/ea61.lco");
+         kw_destroystring(s);
+         return s == nullptr ? -1 : 0;
+       }},
+  };
+  for (const auto& op : ops) {
+    SCOPED_TRACE(op.what);
+    for_each_failing_allocation([&] {
+      kw_locale* h = nullptr;
+      if (op.run(&h) != 0) {
         EXPECT_TRUE(error_of(h) == 3u || error_of(h) == 8u) << error_of(h);
       }
-      kw_destroystring(s);
-    }
-    kw_lc_unload(h);
-    EXPECT_EQ(CountingAllocator::live(), 0u);
-  });
-}
-
-// The single-byte fixture has every kind of data: classes, case pairs,
-// elements, expansions, groupings, eras and alternative digits.
-TEST_F(SelectTest, SingleByteLoadUnderFailingAllocationsLeaksNothing) {
-  for_each_failing_allocation([&] {
-    kw_locale* h = nullptr;
-    if (kw_lc_load(&h, "en_us/0333.lco", nullptr, nullptr) != 0) {
-      EXPECT_TRUE(error_of(h) == 3u || error_of(h) == 8u) << error_of(h);
-    }
-    kw_lc_unload(h);
-    EXPECT_EQ(CountingAllocator::live(), 0u);
-  });
+      kw_lc_unload(h);
+      EXPECT_EQ(CountingAllocator::live(), 0u);
+    });
+  }
 }
 
 }  // namespace

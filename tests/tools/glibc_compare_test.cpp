@@ -177,7 +177,7 @@ class GlibcCompare : public kw::testing::KwTest, public ::testing::WithParamInte
 
   // Our 16-bit data of a character in one of the handle's automata.
   static int data(const kw::codeset::Automaton* a, const Bytes& b) {
-    std::uint8_t s[4];
+    std::uint8_t s[4] = {};
     for (int i = 0; i < b.len; ++i) s[i] = b.byte(i);
     const kw::codeset::Match m = kw::codeset::automaton_walk(*a, s, b.len);
     if (m.err != Err::None || m.len != b.len) return -1;

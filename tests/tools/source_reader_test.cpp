@@ -159,50 +159,53 @@ TEST_F(SourceDir, CharmapReadsGzipAndFindsByName) {
 
 // --- locale sources: lexical matters -----------------------------------------
 
-TEST_F(SourceDir, DecodesSymbolsEscapesAndRawUtf8InStrings) {
-  const auto src = read(std::string(kHead) +
-                        "LC_TIME\n"
-                        "d_fmt \"%d//%m<U002E><U0001F600>\"\n"
-                        "abmon \"M\xC3\xA4r\";\"a/\"b\"\n"
-                        "era \"+:1:2020//01//01:+*:<U4EE4>:%EC\"\n"
-                        "END LC_TIME\n");
-  const ItemCategory& t = src->time;
-  EXPECT_EQ(t.find("d_fmt")->values[0].str, (UString{'%', 'd', '/', '%', 'm', '.', 0x1F600}));
-  ASSERT_EQ(t.find("abmon")->values.size(), 2u);
-  EXPECT_EQ(t.find("abmon")->values[0].str, (UString{'M', 0xE4, 'r'}));
-  EXPECT_EQ(t.find("abmon")->values[1].str, u("a\"b"));
-  EXPECT_EQ(t.find("era")->values[0].str[8], '/');
-  EXPECT_EQ(t.find("era")->values[0].str[9], '0');
+// Item `key` of whichever category holds it.
+const Item* find_item(const LocaleDef& def, const char* key) {
+  for (const ItemCategory* c : {&def.time, &def.messages, &def.monetary, &def.numeric})
+    if (const Item* i = c->find(key)) return i;
+  return nullptr;
 }
 
-TEST_F(SourceDir, JoinsContinuationLinesAroundTrailingComments) {
-  // A comment before the continuation mark must not end the line, and a
-  // '%' inside a string is not a comment.
-  const auto src = read(std::string(kHead) +
-                        "LC_TIME\n"
-                        "abday /\n"
-                        "   \"<U043D>\"; % first  /\n"
-                        "% a comment line inside the continuation\n"
-                        "   \"b%\";/\n"
-                        "   \"c\"\n"
-                        "t_fmt \"%H\" % comment\n"
-                        "END LC_TIME\n");
-  const Item* abday = src->time.find("abday");
-  ASSERT_NE(abday, nullptr);
-  ASSERT_EQ(abday->values.size(), 3u);
-  EXPECT_EQ(abday->values[0].str, UString{0x43D});
-  EXPECT_EQ(abday->values[1].str, u("b%"));
-  EXPECT_EQ(src->time.find("t_fmt")->values[0].str, u("%H"));
-  EXPECT_EQ(src->time.find("t_fmt")->line, 9);
-}
-
-TEST_F(SourceDir, DefaultCommentAndEscapeCharacters) {
-  const auto src = read("LC_MESSAGES\n"
-                        "yesexpr \"^[yY]\" # comment\n"
-                        "noexpr \\\n  \"^[nN]\"\n"
-                        "END LC_MESSAGES\n");
-  EXPECT_EQ(src->messages.find("yesexpr")->values[0].str, u("^[yY]"));
-  EXPECT_EQ(src->messages.find("noexpr")->values[0].str, u("^[nN]"));
+// String values: symbols, escapes and raw UTF-8; continuation lines around
+// trailing comments (a comment before the continuation mark does not end
+// the line, a '%' inside a string is no comment, and a line that starts
+// with the comment character continues a string); the default comment and
+// escape characters when the file sets none.
+TEST_F(SourceDir, ReadsStringValues) {
+  const std::string head = kHead;
+  const struct {
+    std::string text;
+    const char* key;
+    std::size_t index;
+    UString value;
+  } rows[] = {
+      {head + "LC_TIME\nd_fmt \"%d//%m<U002E><U0001F600>\"\nEND LC_TIME\n", "d_fmt", 0,
+       UString{'%', 'd', '/', '%', 'm', '.', 0x1F600}},
+      {head + "LC_TIME\nabmon \"M\xC3\xA4r\";\"a/\"b\"\nEND LC_TIME\n", "abmon", 0, UString{'M', 0xE4, 'r'}},
+      {head + "LC_TIME\nabmon \"M\xC3\xA4r\";\"a/\"b\"\nEND LC_TIME\n", "abmon", 1, u("a\"b")},
+      {head + "LC_TIME\nera \"+:1:2020//01//01:+*:<U4EE4>:%EC\"\nEND LC_TIME\n", "era", 0,
+       UString{'+', ':', '1', ':', '2', '0', '2', '0', '/', '0', '1', '/', '0', '1', ':', '+', '*', ':', 0x4EE4,
+               ':', '%', 'E', 'C'}},
+      {head + "LC_TIME\nabday /\n   \"<U043D>\"; % first  /\n% a comment line inside the continuation\n"
+              "   \"b%\";/\n   \"c\"\nEND LC_TIME\n",
+       "abday", 1, u("b%")},
+      {head + "LC_TIME\nabday /\n   \"<U043D>\"; % first  /\n   \"b\";/\n   \"c\"\nEND LC_TIME\n", "abday", 2,
+       u("c")},
+      {head + "LC_TIME\nt_fmt \"%H\" % comment\nEND LC_TIME\n", "t_fmt", 0, u("%H")},
+      {head + "LC_TIME\nd_t_fmt \"%Y (%A) %H/\n%M\"\nEND LC_TIME\n", "d_t_fmt", 0, u("%Y (%A) %H%M")},
+      {"LC_MESSAGES\nyesexpr \"^[yY]\" # comment\nEND LC_MESSAGES\n", "yesexpr", 0, u("^[yY]")},
+      {"LC_MESSAGES\nnoexpr \\\n  \"^[nN]\"\nEND LC_MESSAGES\n", "noexpr", 0, u("^[nN]")},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.text);
+    const auto src = read(row.text);
+    const Item* item = find_item(*src, row.key);
+    ASSERT_NE(item, nullptr);
+    ASSERT_GT(item->values.size(), row.index);
+    EXPECT_EQ(item->values[row.index].str, row.value);
+  }
+  const auto src = read(head + "LC_TIME\nabday \"a\"\nt_fmt \"%H\" % comment\nEND LC_TIME\n");
+  EXPECT_EQ(src->time.find("t_fmt")->line, 5);
 }
 
 TEST_F(SourceDir, ReadsNumbersAndGroupings) {
@@ -276,15 +279,6 @@ TEST_F(SourceDir, NamesFileAndLineOfSourceErrors) {
   put("broken", std::string(kHead) + "LC_NUMERIC\ndecimal_point \"x\nEND LC_NUMERIC\n");
   EXPECT_EQ(error_of(std::string(kHead) + "LC_NUMERIC\ncopy \"broken\"\nEND LC_NUMERIC\n"),
             (dir_ / "broken").string() + ":4: unterminated string");
-}
-
-TEST_F(SourceDir, ContinuesStringsOverLinesThatStartWithTheCommentCharacter) {
-  const auto src = read(std::string(kHead) +
-                        "LC_TIME\n"
-                        "d_t_fmt \"%Y (%A) %H/\n"
-                        "%M\"\n"
-                        "END LC_TIME\n");
-  EXPECT_EQ(src->time.find("d_t_fmt")->values[0].str, u("%Y (%A) %H%M"));
 }
 
 TEST_F(SourceDir, FollowsCopiesCategoryByCategory) {

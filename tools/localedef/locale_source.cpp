@@ -53,6 +53,15 @@ std::string first_word(const std::string& line, std::size_t& end) {
   return line.substr(i, j - i);
 }
 
+// A name given as a word or a string: the word's text, or the string's
+// characters taken as bytes.
+std::string token_name(const Token& t) {
+  std::string name = t.text;
+  if (t.kind == Tok::String)
+    for (std::uint32_t c : t.chars) name.push_back(static_cast<char>(c));
+  return name;
+}
+
 std::string rest_word(const std::string& line, std::size_t from) {
   std::size_t end;
   return first_word(line.substr(from), end);
@@ -78,8 +87,7 @@ class FileParser {
   void item_line(const std::string& key, const std::vector<Token>& toks);
   void copy_category(const std::vector<Token>& toks, bool include);
   Ranges char_list(const std::vector<Token>& toks, std::size_t from);
-  std::vector<std::pair<std::uint32_t, std::uint32_t>> pair_list(const std::vector<Token>& toks,
-                                                                  std::size_t from);
+  void add_case_pairs(const std::string& map, const std::vector<Token>& toks, std::size_t from);
   void add_class(const std::string& name, const Ranges& r);
 
   SourceReader& reader_;
@@ -279,9 +287,10 @@ Ranges FileParser::char_list(const std::vector<Token>& toks, std::size_t from) {
   return out;
 }
 
-std::vector<std::pair<std::uint32_t, std::uint32_t>> FileParser::pair_list(const std::vector<Token>& toks,
-                                                                            std::size_t from) {
-  std::vector<std::pair<std::uint32_t, std::uint32_t>> out;
+// Appends the case pairs "(<from>,<to>)" of toks[from...] to the "toupper"
+// or the "tolower" map.
+void FileParser::add_case_pairs(const std::string& map, const std::vector<Token>& toks, std::size_t from) {
+  std::vector<std::pair<std::uint32_t, std::uint32_t>> pairs;
   std::size_t i = from;
   while (i < toks.size()) {
     if (toks[i].kind == Tok::Semi) {
@@ -291,10 +300,11 @@ std::vector<std::pair<std::uint32_t, std::uint32_t>> FileParser::pair_list(const
     if (i + 4 >= toks.size() || toks[i].kind != Tok::LParen || toks[i + 1].kind != Tok::Char ||
         toks[i + 2].kind != Tok::Comma || toks[i + 3].kind != Tok::Char || toks[i + 4].kind != Tok::RParen)
       fail("malformed case pair: (<from>,<to>) expected");
-    out.emplace_back(toks[i + 1].chars[0], toks[i + 3].chars[0]);
+    pairs.emplace_back(toks[i + 1].chars[0], toks[i + 3].chars[0]);
     i += 5;
   }
-  return out;
+  auto& to = map == "toupper" ? out_.ctype.toupper : out_.ctype.tolower;
+  to.insert(to.end(), pairs.begin(), pairs.end());
 }
 
 void FileParser::ctype_line(const std::string& key, const std::vector<Token>& toks) {
@@ -310,9 +320,7 @@ void FileParser::ctype_line(const std::string& key, const std::vector<Token>& to
     for (std::size_t i = 1; i < toks.size(); ++i) {
       if (toks[i].kind == Tok::Semi) continue;
       if (toks[i].kind != Tok::Word && toks[i].kind != Tok::String) fail("class name expected after charclass");
-      std::string name = toks[i].text;
-      if (toks[i].kind == Tok::String)
-        for (std::uint32_t c : toks[i].chars) name.push_back(static_cast<char>(c));
+      const std::string name = token_name(toks[i]);
       declared_.push_back(name);
       // Declaration order decides which classes get the few named bits.
       add_class(name, {});
@@ -320,28 +328,19 @@ void FileParser::ctype_line(const std::string& key, const std::vector<Token>& to
     return;
   }
   if (key == "toupper" || key == "tolower") {
-    auto pairs = pair_list(toks, 1);
-    auto& to = key == "toupper" ? out_.ctype.toupper : out_.ctype.tolower;
-    to.insert(to.end(), pairs.begin(), pairs.end());
+    add_case_pairs(key, toks, 1);
     return;
   }
   if (key == "map") {
     // map "toupper"; ... or map toupper; ... ; other maps are not used.
     if (toks.size() < 2) fail("map needs a name");
-    std::string name = toks[1].text;
-    if (toks[1].kind == Tok::String)
-      for (std::uint32_t c : toks[1].chars) name.push_back(static_cast<char>(c));
-    if (name == "toupper" || name == "tolower") {
-      auto pairs = pair_list(toks, 2);
-      auto& to = name == "toupper" ? out_.ctype.toupper : out_.ctype.tolower;
-      to.insert(to.end(), pairs.begin(), pairs.end());
-    }
+    const std::string name = token_name(toks[1]);
+    if (name == "toupper" || name == "tolower") add_case_pairs(name, toks, 2);
     return;
   }
   if (key == "class") {
     if (toks.size() < 2 || toks[1].kind != Tok::String) fail("class needs a name string");
-    std::string name;
-    for (std::uint32_t c : toks[1].chars) name.push_back(static_cast<char>(c));
+    const std::string name = token_name(toks[1]);
     std::size_t from = 2;
     if (from < toks.size() && toks[from].kind == Tok::Semi) ++from;
     add_class(name, char_list(toks, from));

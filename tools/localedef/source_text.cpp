@@ -30,6 +30,17 @@ std::string read_gzip(const std::string& path) {
   return out;
 }
 
+// The token kind of a one-character punctuation token, End for any other.
+Tok punctuation(char c) {
+  switch (c) {
+    case ';': return Tok::Semi;
+    case ',': return Tok::Comma;
+    case '(': return Tok::LParen;
+    case ')': return Tok::RParen;
+    default: return Tok::End;
+  }
+}
+
 }  // namespace
 
 std::string read_source_file(const std::string& path) {
@@ -252,17 +263,8 @@ std::vector<Token> tokenize(const std::string& line, char esc, SymbolTable& symb
       t.kind = Tok::Char;
       t.text = symbol();
       t.chars.push_back(symbols.code(t.text));
-    } else if (c == ';') {
-      t.kind = Tok::Semi;
-      ++i;
-    } else if (c == ',') {
-      t.kind = Tok::Comma;
-      ++i;
-    } else if (c == '(') {
-      t.kind = Tok::LParen;
-      ++i;
-    } else if (c == ')') {
-      t.kind = Tok::RParen;
+    } else if (punctuation(c) != Tok::End) {
+      t.kind = punctuation(c);
       ++i;
     } else if (c == '.' && i + 1 < n && line[i + 1] == '.') {
       t.kind = Tok::Ellipsis;

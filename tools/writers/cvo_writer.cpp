@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <stdexcept>
 
+#include "automaton_writer.h"
 #include "writers.h"
 
 namespace kw::writers {
@@ -13,52 +14,21 @@ namespace {
 
 using Entry = std::array<std::uint8_t, 5>;  // flag byte and up to 4 output bytes
 
-struct Node {
-  std::array<std::uint8_t, 256> cls{};
-  std::array<Entry, 256> data{};
-  std::array<std::int32_t, 256> child{};
-  bool has_data = false;
-};
-
-struct Trie {
-  std::vector<Node> nodes;
-  int longest = 0, shortest = 4;
-};
+using Trie = AutomatonTrie<Entry>;
 
 Trie build(const std::vector<CvoMapping>& maps, bool swap_in, bool swap_out) {
-  Trie t;
-  t.nodes.emplace_back();
-  t.nodes[0].child.fill(-1);
+  Trie t(Entry{});
   for (const CvoMapping& m : maps) {
     if (m.in.empty() || m.in.size() > 4) throw std::invalid_argument("mapping input of bad length");
     if (m.out.size() > 4) throw std::invalid_argument("mapping output of more than 4 bytes");
     if ((m.flags & 0xF8) == 0) throw std::invalid_argument("mapping without a flag bit");
     std::vector<std::uint8_t> in = m.in;
     if (swap_in && in.size() == 2) std::swap(in[0], in[1]);
-    std::size_t node = 0;
-    for (std::size_t i = 0; i + 1 < in.size(); ++i) {
-      const std::uint8_t b = in[i];
-      if (t.nodes[node].cls[b] == 4) throw std::invalid_argument("mapping input is a prefix of another");
-      if (t.nodes[node].child[b] < 0) {
-        const auto next = static_cast<std::int32_t>(t.nodes.size());
-        t.nodes[node].cls[b] = 1;
-        t.nodes[node].child[b] = next;
-        t.nodes.emplace_back();
-        t.nodes.back().child.fill(-1);
-      }
-      node = static_cast<std::size_t>(t.nodes[node].child[b]);
-    }
-    const std::uint8_t last = in.back();
-    if (t.nodes[node].cls[last] == 1) throw std::invalid_argument("mapping input is a prefix of another");
     Entry e{};
     e[0] = static_cast<std::uint8_t>((m.flags & 0xF8) | m.out.size());
     for (std::size_t i = 0; i < m.out.size(); ++i) e[1 + i] = m.out[i];
     if (swap_out && m.out.size() == 2) std::swap(e[1], e[2]);
-    t.nodes[node].cls[last] = 4;
-    t.nodes[node].data[last] = e;
-    t.nodes[node].has_data = true;
-    t.longest = std::max(t.longest, static_cast<int>(in.size()));
-    t.shortest = std::min(t.shortest, static_cast<int>(in.size()));
+    t.add(in.data(), in.size(), e, "mapping input");
   }
   return t;
 }
@@ -68,62 +38,15 @@ void put_entry(std::string& out, const Entry& e) {
   put_hex_bytes(out, e.data() + 1, e[0] & 7u);
 }
 
-// Run records of a 256-entry table; entries equal to `blank` are left out
-// (the reader starts from them). A run of three or more equal values is one
-// record with a repeat count.
-template <class T, class Put>
-void put_runs(std::string& out, const std::array<T, 256>& v, const T& blank, Put put) {
-  auto run_at = [&](std::size_t p) {
-    std::size_t r = 1;
-    while (p + r < 256 && v[p + r] == v[p]) ++r;
-    return r;
-  };
-  std::size_t p = 0;
-  while (p < 256) {
-    if (v[p] == blank) {
-      ++p;
-      continue;
-    }
-    const std::size_t r = run_at(p);
-    if (r >= 3) {
-      put_hex(out, static_cast<std::uint32_t>(p), 2);
-      put_hex(out, 1, 3);
-      put_hex(out, static_cast<std::uint32_t>(r), 3);
-      put(out, v[p]);
-      out.push_back('\n');
-      p += r;
-      continue;
-    }
-    std::size_t q = p;
-    while (q < 256 && !(v[q] == blank) && !(q > p && run_at(q) >= 3)) ++q;
-    put_hex(out, static_cast<std::uint32_t>(p), 2);
-    put_hex(out, static_cast<std::uint32_t>(q - p), 3);
-    put_hex(out, 1, 3);
-    for (std::size_t i = p; i < q; ++i) put(out, v[i]);
-    out.push_back('\n');
-    p = q;
-  }
-  out += "00000000\n";
-}
-
-void put_node(std::string& out, const Trie& t, std::size_t i) {
-  const Node& n = t.nodes[i];
-  const bool any_class = std::any_of(n.cls.begin(), n.cls.end(), [](std::uint8_t c) { return c != 0; });
-  out += any_class ? "1 " : "0 ";
-  out += n.has_data ? "1\n" : "0\n";
-  if (any_class) put_runs(out, n.cls, std::uint8_t{0}, [](std::string& o, std::uint8_t c) { put_hex(o, c, 2); });
-  if (n.has_data) put_runs(out, n.data, Entry{}, put_entry);
-  for (unsigned b = 0; b < 256; ++b)
-    if (n.cls[b] == 1) put_node(out, t, static_cast<std::size_t>(n.child[b]));
-}
-
 void put_table(std::string& out, const std::vector<CvoMapping>& maps, bool swap_in, bool swap_out) {
   const Trie t = build(maps, swap_in, swap_out);
-  out += std::to_string(t.nodes.size() == 1 && !t.nodes[0].has_data ? 0 : t.longest) + " " +
-         std::to_string(t.shortest) + " 1\n";
+  out += std::to_string(t.longest);
+  out += ' ';
+  out += std::to_string(t.shortest);
+  out += " 1\n";
   put_entry(out, Entry{});  // the default entry: no mapping
   out.push_back('\n');
-  put_node(out, t, 0);
+  put_node(out, t, 0, put_entry, BlankGaps::Split);
 }
 
 }  // namespace

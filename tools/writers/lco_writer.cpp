@@ -7,6 +7,7 @@
 #include <stdexcept>
 #include <string_view>
 
+#include "automaton_writer.h"
 #include "writers.h"
 
 namespace kw::writers {
@@ -29,130 +30,31 @@ void LcoAutomaton::add_value(std::uint32_t value, std::size_t n, std::uint16_t d
 namespace {
 
 // The automaton as a tree of nodes, built from the character list.
-struct TrieNode {
-  std::array<std::uint8_t, 256> cls{};
-  std::array<std::uint16_t, 256> data{};
-  std::array<std::int32_t, 256> child{};
-  bool has_data = false;
-};
-
-struct Trie {
-  std::vector<TrieNode> nodes;
-  std::uint32_t longest = 0;
-  std::uint32_t shortest = 4;
-  std::uint16_t default_data = 0;
-};
+using TrieNode = AutomatonNode<std::uint16_t>;
+using Trie = AutomatonTrie<std::uint16_t>;
 
 Trie build_trie(const LcoAutomaton& a) {
-  Trie t;
-  t.default_data = a.default_data;
-  t.nodes.emplace_back();
-  t.nodes[0].data.fill(a.default_data);
-  t.nodes[0].child.fill(-1);
+  Trie t(a.default_data);
   for (const LcoChar& c : a.chars) {
     if (c.len < 1 || c.len > 4) throw std::invalid_argument("character of bad length");
-    std::size_t node = 0;
-    for (std::size_t i = 0; i + 1 < c.len; ++i) {
-      const std::uint8_t b = c.bytes[i];
-      if (t.nodes[node].cls[b] == 4) throw std::invalid_argument("character is a prefix of another");
-      if (t.nodes[node].child[b] < 0) {
-        const auto next = static_cast<std::int32_t>(t.nodes.size());
-        t.nodes[node].cls[b] = 1;
-        t.nodes[node].child[b] = next;
-        t.nodes.emplace_back();
-        t.nodes.back().data.fill(a.default_data);
-        t.nodes.back().child.fill(-1);
-      }
-      node = static_cast<std::size_t>(t.nodes[node].child[b]);
-    }
-    const std::uint8_t last = c.bytes[c.len - 1];
-    if (t.nodes[node].cls[last] == 1) throw std::invalid_argument("character is a prefix of another");
-    t.nodes[node].cls[last] = 4;
-    t.nodes[node].data[last] = c.data;
-    if (c.data != a.default_data) t.nodes[node].has_data = true;
-    if (c.len > t.longest) t.longest = c.len;
-    if (c.len < t.shortest) t.shortest = c.len;
+    t.add(c.bytes.data(), c.len, c.data, "character");
   }
   return t;
 }
 
-// Run records of one 256-entry table; `put` writes one value. Entries equal
-// to `blank` are left out (the reader starts from them).
-template <class T, class Put>
-void put_runs(std::string& out, const std::array<T, 256>& v, T blank, Put put) {
-  auto run_at = [&](std::size_t p) {
-    std::size_t r = 1;
-    while (p + r < 256 && v[p + r] == v[p]) ++r;
-    return r;
-  };
-  std::size_t p = 0;
-  while (p < 256) {
-    if (v[p] == blank) {
-      ++p;
-      continue;
-    }
-    const std::size_t r = run_at(p);
-    if (r >= 3) {
-      put_hex(out, static_cast<std::uint32_t>(p), 2);
-      put_hex(out, 1, 3);
-      put_hex(out, static_cast<std::uint32_t>(r), 3);
-      put(out, v[p]);
-      out.push_back('\n');
-      p += r;
-      continue;
-    }
-    std::size_t q = p;
-    while (q < 256) {
-      if (v[q] == blank && (q + 1 == 256 || v[q + 1] == blank)) break;
-      if (q > p && run_at(q) >= 3) break;
-      ++q;
-    }
-    put_hex(out, static_cast<std::uint32_t>(p), 2);
-    put_hex(out, static_cast<std::uint32_t>(q - p), 3);
-    put_hex(out, 1, 3);
-    for (std::size_t i = p; i < q; ++i) put(out, v[i]);
-    out.push_back('\n');
-    p = q;
-  }
-  out += "00000000\n";  // width 0 ends the table
-}
-
-void put_class_table(std::string& out, const TrieNode& n) {
-  put_runs(out, n.cls, std::uint8_t{0}, [](std::string& o, std::uint8_t c) { put_hex(o, c, 2); });
-}
-
-void put_data_table(std::string& out, const TrieNode& n, std::uint16_t def) {
-  put_runs(out, n.data, def, [](std::string& o, std::uint16_t d) { put_hex(o, d, 4); });
-}
-
-bool has_class(const TrieNode& n) {
-  for (auto c : n.cls)
-    if (c != 0) return true;
-  return false;
-}
-
-void put_node(std::string& out, const Trie& t, std::size_t i) {
-  const TrieNode& n = t.nodes[i];
-  const bool a = has_class(n);
-  out += a ? "1 " : "0 ";
-  out += n.has_data ? "1\n" : "0\n";
-  if (a) put_class_table(out, n);
-  if (n.has_data) put_data_table(out, n, t.default_data);
-  for (unsigned b = 0; b < 256; ++b)
-    if (n.cls[b] == 1) put_node(out, t, static_cast<std::size_t>(n.child[b]));
-}
+void put_data(std::string& out, std::uint16_t d) { put_hex(out, d, 4); }
 
 std::string automaton_head(const Trie& t, bool compact) {
   std::string out = std::to_string(t.longest) + " " + std::to_string(t.shortest) + " " +
                     std::to_string(lco::kFlagMarkComplete | (compact ? lco::kFlagCompact : 0)) + "\n";
-  put_hex(out, t.default_data, 4);
+  put_hex(out, t.blank, 4);
   out.push_back('\n');
   return out;
 }
 
 std::string nodes_form(const Trie& t) {
   std::string out = automaton_head(t, false);
-  put_node(out, t, 0);
+  put_node(out, t, 0, put_data, BlankGaps::Bridge);
   return out;
 }
 
@@ -162,7 +64,7 @@ std::string compact_form(const Trie& t) {
   for (std::size_t k = 0; k < order.size(); ++k) {
     const TrieNode& n = t.nodes[order[k]];
     for (unsigned b = 0; b < 256; ++b)
-      if (n.cls[b] == 1) order.push_back(static_cast<std::size_t>(n.child[b]));
+      if (n.cls[b] == kClassChild) order.push_back(static_cast<std::size_t>(n.child[b]));
   }
   std::map<std::string, int> numbers;  // table text -> table number
   std::string tables;
@@ -182,12 +84,12 @@ std::string compact_form(const Trie& t) {
     int c = -1, d = -1;
     if (has_class(n)) {
       std::string body;
-      put_class_table(body, n);
+      put_class_table(body, n, BlankGaps::Bridge);
       c = table_no(lco::kTableClass, body);
     }
     if (n.has_data) {
       std::string body;
-      put_data_table(body, n, t.default_data);
+      put_runs(body, n.data, t.blank, put_data, BlankGaps::Bridge);
       d = table_no(lco::kTableData, body);
     }
     nodes += std::to_string(c) + " " + std::to_string(d) + "\n";
@@ -221,7 +123,10 @@ void put_string(std::string& out, const std::string& s) {
 void put_grouping(std::string& out, const std::vector<int>& g) {
   if (g.size() > static_cast<std::size_t>(lco::kMaxGrouping)) throw std::invalid_argument("grouping of more than 15 values");
   out += std::to_string(g.size());
-  for (int v : g) out += " " + std::to_string(v);
+  for (int v : g) {
+    out.push_back(' ');
+    out += std::to_string(v);
+  }
   out.push_back('\n');
 }
 
