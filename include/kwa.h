@@ -391,7 +391,7 @@ KW_API int KW_CALL kw_createlocale2_4(kw_locale **result, const char *directory)
  * spec is empty; null spec queries. Returns the locale string (311 bytes,
  * free with kw_destroystring), or null with the error set. */
 KW_API char *KW_CALL kw_setlocale_4(kw_locale *handle, int category, const char *spec);
-/* A whole locale by specification, shared through the reference-counted
+/* A whole locale named by a locale specification, shared through the reference-counted
  * cache; 0, or -1 with the error in (*result)'s slot. */
 KW_API int KW_CALL kw_lc_load(kw_locale **result, const char *spec, const char *registry,
                               const char *directory);

@@ -5,7 +5,7 @@
 
 #include "frame/lookup.h"
 #include "frame/platform.h"
-#include "locale/spec.h"
+#include "locale/locale_spec.h"
 
 namespace kw::codeset {
 namespace {

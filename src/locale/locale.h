@@ -115,7 +115,7 @@ struct kw_locale {
   // 256 entries by the low byte of an element's first character: the number
   // of the first element that starts with such a character, plus 1; 0 = none.
   std::uint32_t* coll_element_index;
-  std::int32_t coll_kind;              // 0 none, 1 as specified, 2 Thai
+  std::int32_t coll_kind;              // 0 none, 1 weight tables, 2 Thai
 
   // NUMERIC, MONETARY and MESSAGES.
   kw::locale::StrPair decimal_point;   // item 55

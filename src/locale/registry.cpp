@@ -7,7 +7,7 @@
 #include "frame/lookup.h"
 #include "frame/mem.h"
 #include "locale/builtin_codesets.h"
-#include "locale/spec_chars.h"
+#include "locale/locale_spec_chars.h"
 
 namespace kw::locale {
 namespace {

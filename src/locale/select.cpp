@@ -10,7 +10,7 @@
 #include "kwa.h"
 #include "locale/lco_format.h"
 #include "locale/lco_reader.h"
-#include "locale/spec.h"
+#include "locale/locale_spec.h"
 
 namespace kw::locale {
 namespace {

@@ -2,7 +2,7 @@
 #include <cstring>
 #include <string>
 
-#include "locale/spec.h"
+#include "locale/locale_spec.h"
 #include "names_test_support.h"
 
 namespace {

@@ -1,12 +1,12 @@
 // Locale specification grammar and the names made from specifications.
-#include "locale/spec.h"
+#include "locale/locale_spec.h"
 
 #include <cstring>
 
 #include "frame/hooks.h"
 #include "frame/platform.h"
 #include "locale/registry.h"
-#include "locale/spec_chars.h"
+#include "locale/locale_spec_chars.h"
 
 namespace kw::locale {
 namespace {

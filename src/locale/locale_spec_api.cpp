@@ -7,7 +7,7 @@
 #include "frame/export.h"
 #include "frame/hooks.h"
 #include "locale/registry.h"
-#include "locale/spec.h"
+#include "locale/locale_spec.h"
 
 using kw::Err;
 namespace lc = kw::locale;
