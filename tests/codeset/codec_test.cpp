@@ -68,7 +68,7 @@ TEST_F(CodecTest, WalkDecodesValuesAndReportsErrors) {
       {"unicode", Mblen, std::string(1, '\0'), 1, -1, 0, Err::Short},
   };
   for (const auto& row : rows) {
-    SCOPED_TRACE(row.charmap + ' ' + std::to_string(row.form) + ' ' + row.bytes + ' ' + std::to_string(row.length));
+    SCOPED_TRACE(std::string(row.charmap) + ' ' + std::to_string(row.form) + ' ' + row.bytes + ' ' + std::to_string(row.length));
     kw_locale* h = open(row.charmap);
     kw_wchar_t wc = 99;
     const char* s = row.bytes.data();
