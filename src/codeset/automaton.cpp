@@ -16,7 +16,7 @@ const std::uint8_t* const kNoThird[256] = {KW_Z64, KW_Z64, KW_Z64, KW_Z64};
 #define KW_N4 kNoThird, kNoThird, kNoThird, kNoThird
 #define KW_N16 KW_N4, KW_N4, KW_N4, KW_N4
 #define KW_N64 KW_N16, KW_N16, KW_N16, KW_N16
-const FastTables kNoFast = {{}, {KW_N64, KW_N64, KW_N64, KW_N64}};
+const FastTables kNoFast = {{}, {KW_N64, KW_N64, KW_N64, KW_N64}, 0};
 #undef KW_N64
 #undef KW_N16
 #undef KW_N4
@@ -99,6 +99,7 @@ FastTables* fast_create() noexcept {
   if (f == nullptr) return nullptr;
   std::memset(f->pairs, 0, sizeof f->pairs);
   for (auto& row : f->third) row = kNoThird;
+  f->low_second = 0;
   return f;
 }
 
@@ -131,8 +132,10 @@ void fast_update(FastTables& f, const Node* root, std::uint8_t b0, std::uint8_t 
   const Node* n1 = child_of(root, b0);
   const std::uint32_t pair = (std::uint32_t{b0} << 8) | b1;
   const std::uint64_t bit = std::uint64_t{1} << (pair & 63);
-  if (n1 != nullptr && n1->cls[b1] == kComplete) f.pairs[pair >> 6] |= bit;
-  else f.pairs[pair >> 6] &= ~bit;
+  if (n1 != nullptr && n1->cls[b1] == kComplete) {
+    f.pairs[pair >> 6] |= bit;
+    if (b1 < 0x80) f.low_second = 1;
+  } else f.pairs[pair >> 6] &= ~bit;
   const Node* n2 = n1 != nullptr ? child_of(n1, b1) : nullptr;
   if (f.third[b0] != kNoThird) const_cast<const std::uint8_t**>(f.third[b0])[b1] = n2 != nullptr ? n2->cls : kZeroTable;
 }

@@ -48,6 +48,10 @@ struct FastTables {
   // For first byte b0: indexed by the second byte, the class table of the
   // node the two bytes lead to (kZeroTable where they lead to no node).
   const std::uint8_t* const* third[256];
+  // Non-zero once a complete pair has a second byte below 0x80 (never
+  // cleared): decoders that find the ends of pairs from high bits alone
+  // skip such code sets.
+  std::uint32_t low_second;
 };
 
 // Derived tables that match no character: stand-ins for readers of an

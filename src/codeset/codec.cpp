@@ -2,10 +2,15 @@
 // trailing-space runs shared by the exported families.
 #include "codeset/codec_core.h"
 
+#include <algorithm>
 #include <climits>
 #include <cstdint>
 #if defined(__SSE2__)
 #include <emmintrin.h>
+#endif
+#if defined(__x86_64__) && defined(__GNUC__)
+#include <tmmintrin.h>
+#define KW_BLOCK_DECODE 1
 #endif
 
 #include "frame/hooks.h"
@@ -213,6 +218,134 @@ template <bool Store>
   return k;
 }
 
+#if defined(KW_BLOCK_DECODE)
+// Decoding sixteen bytes at a time, for code sets whose bytes below 0x80 are
+// one-byte characters and whose two-byte characters have both bytes from
+// 0x80 up (EUC). In such text every run of high bytes that begins at a
+// character boundary is a series of pairs, so the characters of a block
+// follow from the mask of high bits without a branch per character: mixed
+// text changes between ASCII words and two-byte runs every few bytes, and
+// per-character code mispredicts a branch at each change. Uses SSSE3
+// shuffles, chosen at run time; blocks that hold anything else (a zero
+// byte, a run of odd length, a lead of a longer character, a pair that is
+// no character) are left to the general loop.
+
+// For the eight 16-bit slots of half a block and the mask of the slots that
+// are second bytes (dropped): the byte shuffle that packs the kept slots.
+struct PackTable {
+  std::uint8_t shuffle[256][16];
+  std::uint8_t kept[256];  // slots kept
+};
+constexpr PackTable make_pack_table() noexcept {
+  PackTable t{};
+  for (unsigned m = 0; m < 256; ++m) {
+    unsigned j = 0;
+    for (unsigned q = 0; q < 8; ++q) {
+      if ((m >> q) & 1) continue;
+      t.shuffle[m][2 * j] = static_cast<std::uint8_t>(2 * q);
+      t.shuffle[m][2 * j + 1] = static_cast<std::uint8_t>(2 * q + 1);
+      ++j;
+    }
+    t.kept[m] = static_cast<std::uint8_t>(j);
+    for (; j < 8; ++j) t.shuffle[m][2 * j] = t.shuffle[m][2 * j + 1] = 0x80;
+  }
+  return t;
+}
+alignas(16) constexpr PackTable kPack = make_pack_table();
+
+// Stores the kept 16-bit slots of `slots` (mask `drop` of the dropped ones)
+// as wide values at `out` (eight written); returns the count kept.
+__attribute__((target("ssse3"))) inline unsigned pack_half(kw_wchar_t* out, __m128i slots, unsigned drop) noexcept {
+  const __m128i packed =
+      _mm_shuffle_epi8(slots, _mm_load_si128(reinterpret_cast<const __m128i*>(kPack.shuffle[drop])));
+  const __m128i zero = _mm_setzero_si128();
+  _mm_storeu_si128(reinterpret_cast<__m128i*>(out), _mm_unpacklo_epi16(packed, zero));
+  _mm_storeu_si128(reinterpret_cast<__m128i*>(out + 4), _mm_unpackhi_epi16(packed, zero));
+  return kPack.kept[drop];
+}
+
+// Decodes blocks of sixteen bytes (seventeen when the last pair crosses)
+// from `s` while they succeed: at most `blocks` blocks, storing values at
+// `out` when `Store` (sixteen slots may be written per block). With
+// `Terminated` each block is read only when it does not cross a page (the
+// read may pass the terminator, whose zero byte then ends the run before
+// any value of it is used). A block of high bytes only is left to the
+// pair loop, which is faster on long runs of pairs. Returns the bytes
+// consumed; `chars` receives the values decoded, `failed` whether the run
+// ended on a block that cannot be decoded this way.
+template <bool Terminated, bool Store>
+[[gnu::noinline]] __attribute__((target("ssse3"), no_sanitize_address)) std::size_t decode_blocks(
+    const FastTables& fast, kw_wchar_t* out, const std::uint8_t* s, std::size_t blocks, std::size_t& chars,
+    bool& failed) noexcept {
+  std::size_t used = 0;
+  failed = false;
+  std::size_t n = 0;
+  const __m128i zero = _mm_setzero_si128();
+  const __m128i bits = _mm_set1_epi64x(static_cast<long long>(0x8040201008040201u));
+  for (; blocks > 0; --blocks) {
+    const std::uint8_t* const b = s + used;
+    if (Terminated && (reinterpret_cast<std::uintptr_t>(b) & 4095u) > 4096u - 32u) break;
+    const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(b));
+    failed = true;
+    if (_mm_movemask_epi8(_mm_cmpeq_epi8(v, zero)) != 0) break;
+    const auto high = static_cast<std::uint32_t>(_mm_movemask_epi8(v));
+    if (high == 0xFFFFu) {
+      failed = false;
+      break;
+    }
+    // Runs of high bytes: those starting at an even position have their
+    // first bytes at even positions, the others at odd ones. Adding the
+    // start bit of a run clears the run, so the runs that begin at even
+    // positions are the high bits the addition clears.
+    const std::uint32_t starts = high & ~(high << 1);
+    const std::uint32_t even_runs = high & ~(high + (starts & 0x5555u));
+    const std::uint32_t first = (even_runs & 0x5555u) | (high & ~even_runs & 0xAAAAu);
+    const std::uint32_t second = high & ~first;
+    // A run ending on a first byte inside the block has an odd length.
+    const std::uint32_t ends = high & ~(high >> 1) & 0x7FFFu;
+    if ((ends & first) != 0) break;
+    // Every pair must be a character.
+    std::uint32_t bad = 0;
+    std::uint32_t m = first;
+    for (unsigned k = 0; k < 8; ++k) {
+      const unsigned p = static_cast<unsigned>(__builtin_ctz(m | 0x10000u));
+      const std::uint32_t pair = p < 16 ? (std::uint32_t{b[p]} << 8) | b[p + 1] : 0x8080u;
+      bad |= static_cast<std::uint32_t>(~(fast.pairs[pair >> 6] >> (pair & 63))) & (p < 16 ? 1u : 0u);
+      m &= m - 1;
+    }
+    if (bad != 0) break;
+    if constexpr (Store) {
+      // Slot p: byte p alone, or bytes p and p + 1 high first when p is a
+      // first byte. Second bytes are dropped.
+      const __m128i next = _mm_loadu_si128(reinterpret_cast<const __m128i*>(b + 1));
+      // The first-byte mask as sixteen bytes: the low half from bits 0..7,
+      // the high half from bits 8..15.
+      const __m128i fmask = _mm_or_si128(
+          _mm_and_si128(_mm_set_epi64x(0, -1),
+                        _mm_cmpeq_epi8(_mm_and_si128(_mm_set1_epi8(static_cast<char>(first)), bits), bits)),
+          _mm_and_si128(_mm_set_epi64x(-1, 0),
+                        _mm_cmpeq_epi8(_mm_and_si128(_mm_set1_epi8(static_cast<char>(first >> 8)), bits), bits)));
+      const __m128i lo = _mm_or_si128(_mm_and_si128(fmask, next), _mm_andnot_si128(fmask, v));
+      const __m128i hi = _mm_and_si128(fmask, v);
+      const unsigned k0 = pack_half(out + n, _mm_unpacklo_epi8(lo, hi), second & 0xFFu);
+      const unsigned k1 = pack_half(out + n + k0, _mm_unpackhi_epi8(lo, hi), (second >> 8) & 0xFFu);
+      n += k0 + k1;
+    } else {
+      n += kPack.kept[second & 0xFFu] + kPack.kept[(second >> 8) & 0xFFu];
+    }
+    used += 16 + (first >> 15);
+    failed = false;
+  }
+  chars = n;
+  return used;
+}
+
+bool cpu_has_ssse3() noexcept {
+  static const bool has = __builtin_cpu_supports("ssse3") != 0;
+  return has;
+}
+#endif
+
 // The decoding loop of the multibyte form. Characters of up to three bytes
 // are recognised inline with the root's tables held in registers; longer
 // ones continue with the general walk from the node reached. `Terminated`: stop
@@ -232,6 +365,10 @@ Result<int> decode_loop(const Automaton& a, kw_wchar_t* out, const std::uint8_t*
   int i = 0;
   // Decodes one character at `s` (at most `left` bytes) into `value`.
   const FastTables& fast = fast_tables(a);
+#if defined(KW_BLOCK_DECODE)
+  bool blocks = a.fast != nullptr && fast.low_second == 0 && cpu_has_ssse3();
+  int failed_blocks = 0;
+#endif
   auto one = [&](std::size_t left, std::uint32_t& value) noexcept -> Err {
     const std::uint8_t b = s[0];
     const std::uint8_t c = rcls[b];
@@ -284,6 +421,23 @@ Result<int> decode_loop(const Automaton& a, kw_wchar_t* out, const std::uint8_t*
       // Entered on an ASCII byte only: the run length comes from a chain of
       // dependent operations that runs of multibyte characters need not
       // wait for.
+#if defined(KW_BLOCK_DECODE)
+      if (blocks && count - i >= 48 && (Terminated || end - s >= 48)) {
+        // Room for three blocks of values: sixteen slots each, and the
+        // seventeenth byte of a block is inside the counted bytes.
+        std::size_t chars = 0;
+        const std::size_t nblocks = static_cast<std::size_t>(count - i - 16) / 16;
+        const std::size_t limit = Terminated ? nblocks : std::min(nblocks, static_cast<std::size_t>(end - s - 1) / 17);
+        bool failed = false;
+        const std::size_t used =
+            decode_blocks<Terminated, Store>(fast, out + (Store ? i : 0), s, limit, chars, failed);
+        s += used;
+        i += static_cast<int>(chars);
+        if (used != 0) continue;
+        // Text whose blocks keep failing (longer characters) stops trying.
+        if (failed && ++failed_blocks == 4) blocks = false;
+      }
+#endif
       if (s[0] < 0x80) {
         unsigned avail = 8;
         const std::uint64_t w = Terminated ? load_to_word_end(s, avail) : load8(s);
@@ -450,6 +604,115 @@ inline bool encode_value(const Node* node, std::uint32_t value, std::uint32_t n,
   return k;
 }
 
+#if defined(__SSE2__)
+// For each set of two-byte lanes among four (bit k: lane k), the bit offset
+// of lanes 1..3 in the packed output and the total byte count (byte 3).
+struct MixedLayout {
+  std::uint8_t shift[3];
+  std::uint8_t bytes;
+};
+constexpr MixedLayout mixed_layout(unsigned two) noexcept {
+  MixedLayout m{{0, 0, 0}, 0};
+  unsigned at = 0;
+  for (unsigned k = 0; k < 4; ++k) {
+    if (k > 0) m.shift[k - 1] = static_cast<std::uint8_t>(8 * at);
+    at += 1 + ((two >> k) & 1);
+  }
+  m.bytes = static_cast<std::uint8_t>(at);
+  return m;
+}
+constexpr MixedLayout kMixedLayout[16] = {
+    mixed_layout(0),  mixed_layout(1),  mixed_layout(2),  mixed_layout(3),  mixed_layout(4),  mixed_layout(5),
+    mixed_layout(6),  mixed_layout(7),  mixed_layout(8),  mixed_layout(9),  mixed_layout(10), mixed_layout(11),
+    mixed_layout(12), mixed_layout(13), mixed_layout(14), mixed_layout(15)};
+static_assert(kMixedLayout[5].shift[0] == 16 && kMixedLayout[5].shift[1] == 24 && kMixedLayout[5].shift[2] == 40 &&
+              kMixedLayout[5].bytes == 6);
+#endif
+
+// Encodes the four values at `ws` when each is ASCII (1..0x7F) or a
+// two-byte character whose derived pair bit is set: their bytes are packed
+// into one word without a branch per value (mixed text switches between
+// one- and two-byte characters every few values, and a branch per switch
+// mispredicts), and the 8 bytes of the word are stored at `out`. Returns
+// the bytes used (4..8), or 0, storing nothing, when any value is neither.
+inline unsigned encode_mixed4(const FastTables& fast, const kw_wchar_t* ws, std::uint8_t* out) noexcept {
+#if defined(__SSE2__)
+  const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(ws));
+  // Signed compares: values from 0x80000000 up are negative and fail both.
+  const __m128i one = _mm_and_si128(_mm_cmpgt_epi32(v, _mm_setzero_si128()), _mm_cmpgt_epi32(_mm_set1_epi32(0x80), v));
+  const __m128i range =
+      _mm_and_si128(_mm_cmpgt_epi32(v, _mm_set1_epi32(0xFF)), _mm_cmpgt_epi32(_mm_set1_epi32(0x10000), v));
+  const auto one_bits = static_cast<unsigned>(_mm_movemask_ps(_mm_castsi128_ps(one)));
+  const auto range_bits = static_cast<unsigned>(_mm_movemask_ps(_mm_castsi128_ps(range)));
+  // The pair bit of each lane's low 16 bits.
+  unsigned pair_bits = 0;
+  for (unsigned k = 0; k < 4; ++k) {
+    const std::uint32_t p = ws[k] & 0xFFFF;
+    pair_bits |= static_cast<unsigned>((fast.pairs[p >> 6] >> (p & 63)) & 1) << k;
+  }
+  const unsigned two = range_bits & pair_bits;
+  if ((one_bits | two) != 15) return 0;
+  // Each lane as 16 bits: the low byte alone, or both bytes high first.
+  const __m128i lo = _mm_and_si128(v, _mm_set1_epi32(0xFF));
+  const __m128i swapped = _mm_or_si128(_mm_and_si128(_mm_srli_epi32(v, 8), _mm_set1_epi32(0xFF)), _mm_slli_epi32(lo, 8));
+  const __m128i lanes = _mm_or_si128(_mm_and_si128(range, swapped), _mm_andnot_si128(range, lo));
+  // Lanes 0..3 as four 16-bit fields of one word.
+  const __m128i packed = _mm_shuffle_epi32(_mm_shufflehi_epi16(_mm_shufflelo_epi16(lanes, 0x08), 0x08), 0x08);
+  const auto fields = static_cast<std::uint64_t>(_mm_cvtsi128_si64(packed));
+  const MixedLayout& m = kMixedLayout[two];
+  const std::uint64_t word = (fields & 0xFFFF) | (((fields >> 16) & 0xFFFF) << m.shift[0]) |
+                             (((fields >> 32) & 0xFFFF) << m.shift[1]) | ((fields >> 48) << m.shift[2]);
+  std::memcpy(out, &word, sizeof word);
+  return m.bytes;
+#else
+  std::uint8_t bytes[8];
+  unsigned n = 0;
+  for (unsigned k = 0; k < 4; ++k) {
+    const std::uint32_t v = ws[k];
+    if (v - 1 < 0x7F) {
+      bytes[n++] = static_cast<std::uint8_t>(v);
+    } else if (v - 0x100 < 0xFF00 && fast_pair(fast, v)) {
+      bytes[n++] = static_cast<std::uint8_t>(v >> 8);
+      bytes[n++] = static_cast<std::uint8_t>(v);
+    } else {
+      return 0;
+    }
+  }
+  std::memcpy(out, bytes, n);
+  return n;
+#endif
+}
+
+// The same for a terminated string whose end is not known: the four values
+// are copied first (see ascii_values8_unbounded; the caller checks that the
+// 16 bytes do not cross a page).
+__attribute__((no_sanitize_address)) inline unsigned encode_mixed4_unbounded(const FastTables& fast,
+                                                                            const kw_wchar_t* ws,
+                                                                            std::uint8_t* out) noexcept {
+  kw_wchar_t copy[4];
+  for (unsigned k = 0; k < 4; k += 2) __builtin_memcpy(copy + k, ws + k, 8);
+  return encode_mixed4(fast, copy, out);
+}
+
+// Encodes blocks of four values (encode_mixed4) from `ws` while they
+// succeed, at most `values` values (counted input) and while 8 bytes of
+// room remain of `room`. Returns the values encoded; `bytes` receives the
+// bytes written. Kept out of line so that its variables stay in registers.
+template <bool Terminated>
+[[gnu::noinline]] std::size_t encode_mixed_run(const FastTables& fast, std::uint8_t* out, const kw_wchar_t* ws,
+                                               std::size_t values, std::size_t room, std::size_t& bytes) noexcept {
+  std::size_t k = 0;
+  std::size_t w = 0;
+  while (room - w >= 8 && (Terminated ? block_readable(ws + k) : values - k >= 4)) {
+    const unsigned n = Terminated ? encode_mixed4_unbounded(fast, ws + k, out + w) : encode_mixed4(fast, ws + k, out + w);
+    if (n == 0) break;
+    w += n;
+    k += 4;
+  }
+  bytes = w;
+  return k;
+}
+
 // The multibyte encoding loop. `Ascii`: values 1..0x7F are one-byte
 // characters; runs of them are encoded eight at a time (eight output bytes
 // are written when room allows, the extra ones overwritten later or left
@@ -467,7 +730,22 @@ Result<int> encode_loop(const Automaton& a, std::uint8_t* out, const kw_wchar_t*
   int i = 0;
   const bool two_byte_values = a.shortest <= 2;
   const FastTables& fast = fast_tables(a);
+  // Blocks of four mixed values pay off where every character has one or
+  // two bytes; elsewhere longer characters would end most blocks at once.
+  const bool mixed_blocks = a.shortest == 1 && a.longest == 2 && a.fast != nullptr;
   for (;;) {
+    if constexpr (Ascii) {
+      // Mixed text of ASCII and two-byte characters goes in blocks of four
+      // values without a branch per change of length.
+      if (mixed_blocks) {
+        std::size_t bytes = 0;
+        const std::size_t n = encode_mixed_run<Terminated>(
+            fast, out + written, ws + i, Terminated ? 0 : static_cast<std::size_t>(wlength - i),
+            static_cast<std::size_t>(room - written), bytes);
+        written += static_cast<int>(bytes);
+        i += static_cast<int>(n);
+      }
+    }
     if (!Terminated && i >= wlength) return written;
     const std::uint32_t value = ws[i];
     // Values 0x100..0xFFFF take two bytes wherever the shortest character

@@ -71,6 +71,24 @@ CodesetFixture eucjp() {
   return {"eucjp", 5050, file_of(5050), s};
 }
 
+// Shift_JIS-like: one-byte ASCII and half-width katakana, and two-byte
+// characters whose second byte may be below 0x80. Row 0x81 has no second
+// half, so some pairs of valid-looking bytes are not characters.
+CodesetFixture sjis() {
+  CmoSource s;
+  s.codeset = "SHIFT_JIS";
+  s.source_version = 4;
+  for (std::uint32_t b = 0; b < 0x80; ++b) s.symbols.push_back({uname(b), {static_cast<std::uint8_t>(b)}});
+  s.ranges.push_back(CmoRange{"U", 0xFF61, 63, kHex4, {0xA1}});
+  for (std::uint32_t lead : {0x81u, 0x82u, 0x88u, 0x9Fu, 0xE0u, 0xEAu}) {
+    const auto b0 = static_cast<std::uint8_t>(lead);
+    s.ranges.push_back(CmoRange{"S", static_cast<std::int32_t>(lead << 8 | 0x40), 63, kHex4, {b0, 0x40}});
+    if (lead != 0x81)
+      s.ranges.push_back(CmoRange{"S", static_cast<std::int32_t>(lead << 8 | 0x80), 125, kHex4, {b0, 0x80}});
+  }
+  return {"sjis", 943, file_of(943), s};
+}
+
 CodesetFixture utf8() {
   CmoSource s;
   s.codeset = "UTF-8";
@@ -99,7 +117,7 @@ std::vector<std::uint8_t> utf8_bytes(std::uint32_t cp) {
           static_cast<std::uint8_t>(0x80 | ((cp >> 6) & 0x3F)), static_cast<std::uint8_t>(0x80 | (cp & 0x3F))};
 }
 
-std::vector<CodesetFixture> codeset_fixtures() { return {latin1(), unicode(), eucjp(), utf8()}; }
+std::vector<CodesetFixture> codeset_fixtures() { return {latin1(), unicode(), eucjp(), utf8(), sjis()}; }
 
 std::string fixture_registry() {
   return "# code sets of the codeset tests\n"
@@ -109,7 +127,8 @@ std::string fixture_registry() {
          "eucjp 5050\n"
          "euc-jp 5050\n"
          "utf8 57372\n"
-         "utf-8 57372\n";
+         "utf-8 57372\n"
+         "sjis 943\n";
 }
 
 }  // namespace kw::testing
