@@ -366,7 +366,10 @@ Result<int> decode_loop(const Automaton& a, kw_wchar_t* out, const std::uint8_t*
   // Decodes one character at `s` (at most `left` bytes) into `value`.
   const FastTables& fast = fast_tables(a);
 #if defined(KW_BLOCK_DECODE)
-  bool blocks = a.fast != nullptr && fast.low_second == 0 && cpu_has_ssse3();
+  // Blocks suit EUC-style code sets (second bytes with the high bit set,
+  // characters of at most three bytes); UTF-8's runs of three-byte
+  // characters would only ever be handed back, so it keeps the scalar loops.
+  bool blocks = a.fast != nullptr && fast.low_second == 0 && a.longest <= 3 && cpu_has_ssse3();
   int failed_blocks = 0;
 #endif
   auto one = [&](std::size_t left, std::uint32_t& value) noexcept -> Err {
