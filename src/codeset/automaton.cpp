@@ -1,6 +1,7 @@
 // Charmap automaton: creation, insertion, wide lookup and release.
 #include "codeset/automaton.h"
 
+#include <atomic>
 #include <cstring>
 
 #include "frame/mem.h"
@@ -16,7 +17,7 @@ const std::uint8_t* const kNoThird[256] = {KW_Z64, KW_Z64, KW_Z64, KW_Z64};
 #define KW_N4 kNoThird, kNoThird, kNoThird, kNoThird
 #define KW_N16 KW_N4, KW_N4, KW_N4, KW_N4
 #define KW_N64 KW_N16, KW_N16, KW_N16, KW_N16
-const FastTables kNoFast = {{}, {KW_N64, KW_N64, KW_N64, KW_N64}, 0};
+const FastTables kNoFast = {{}, {KW_N64, KW_N64, KW_N64, KW_N64}, 0, {}};
 #undef KW_N64
 #undef KW_N16
 #undef KW_N4
@@ -29,6 +30,13 @@ namespace {
 // Largest per-character data accepted; data tables are 256 slots of the
 // rounded-up size, so this bounds one table at 1 MiB.
 constexpr std::uint32_t kMaxDataSize = 4096;
+
+// FastTables::block_state: the block sets not yet computed, being computed,
+// computed, or not applicable (no two-byte characters to decode in blocks).
+constexpr std::uint32_t kBlockUnknown = 0;
+constexpr std::uint32_t kBlockBusy = 1;
+constexpr std::uint32_t kBlockReady = 2;
+constexpr std::uint32_t kBlockNone = 3;
 
 constexpr std::uint32_t shift_for(std::uint32_t size) noexcept {
   std::uint32_t shift = 0;
@@ -99,7 +107,7 @@ FastTables* fast_create() noexcept {
   if (f == nullptr) return nullptr;
   std::memset(f->pairs, 0, sizeof f->pairs);
   for (auto& row : f->third) row = kNoThird;
-  f->low_second = 0;
+  f->block_state = kBlockUnknown;
   return f;
 }
 
@@ -134,7 +142,6 @@ void fast_update(FastTables& f, const Node* root, std::uint8_t b0, std::uint8_t 
   const std::uint64_t bit = std::uint64_t{1} << (pair & 63);
   if (n1 != nullptr && n1->cls[b1] == kComplete) {
     f.pairs[pair >> 6] |= bit;
-    if (b1 < 0x80) f.low_second = 1;
   } else f.pairs[pair >> 6] &= ~bit;
   const Node* n2 = n1 != nullptr ? child_of(n1, b1) : nullptr;
   if (f.third[b0] != kNoThird) const_cast<const std::uint8_t**>(f.third[b0])[b1] = n2 != nullptr ? n2->cls : kZeroTable;
@@ -225,6 +232,7 @@ Err automaton_insert(Automaton& a, const std::uint8_t* seq, std::size_t n, const
   // more: both are allocated before any node changes.
   if (n >= 2 && a.fast == nullptr && (a.fast = fast_create()) == nullptr) return Err::NoMem;
   if (n >= 3 && !fast_own_row(*a.fast, seq[0])) return Err::NoMem;
+  if (a.fast != nullptr) a.fast->block_state = kBlockUnknown;
   const Err e = insert_nodes(a, seq, n, data);
   // Class tables may have been made (and classes set) even on failure.
   if (n >= 2) fast_update(*a.fast, a.root, seq[0], seq[1]);
@@ -250,6 +258,40 @@ Err automaton_prepare(Automaton& a) noexcept {
   }
   a.fast = f;
   return Err::None;
+}
+
+const BlockSets* block_sets(const Automaton& a) noexcept {
+  if (a.fast == nullptr || a.root == nullptr) return nullptr;
+  FastTables& f = *a.fast;
+  std::atomic_ref<std::uint32_t> state(f.block_state);
+  std::uint32_t now = state.load(std::memory_order_acquire);
+  if (now == kBlockUnknown) {
+    std::uint32_t expected = kBlockUnknown;
+    if (!state.compare_exchange_strong(expected, kBlockBusy, std::memory_order_acquire)) return nullptr;
+    BlockSets sets{};
+    bool any_lead = false;
+    sets.high_lead = true;
+    for (unsigned b = 0; b < 256; ++b) {
+      const std::uint8_t c = a.root->cls[b];
+      ByteSet* set = nullptr;
+      if (c == kComplete && b != 0) set = &sets.single;
+      if (c == kMore && f.third[b] == kNoThird) set = &sets.lead;
+      if (b != 0 && b < 0x80 && set != &sets.single) sets.high_lead = false;
+      if (b < 0x80 && set == &sets.lead) sets.high_lead = false;
+      if (set == nullptr) continue;
+      set->rows[b >> 7][b & 15] |= static_cast<std::uint8_t>(1u << ((b >> 4) & 7));
+      any_lead |= set == &sets.lead;
+    }
+    // Pairs with a second byte below 0x80: bits 0..127 of each first
+    // byte's 256, the first two words of its four.
+    for (unsigned b0 = 0; b0 < 256 && sets.high_lead; ++b0) {
+      if ((f.pairs[4 * b0] | f.pairs[4 * b0 + 1]) != 0) sets.high_lead = false;
+    }
+    f.block = sets;
+    now = any_lead ? kBlockReady : kBlockNone;
+    state.store(now, std::memory_order_release);
+  }
+  return now == kBlockReady ? &f.block : nullptr;
 }
 
 namespace {

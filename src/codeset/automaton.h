@@ -42,16 +42,33 @@ struct Node {
 // the automaton. automaton_insert keeps them in step with the nodes;
 // automata whose nodes are built elsewhere get them from automaton_prepare.
 // Absent (null) until then, and readers fall back to the general walk.
+// A set of byte values in the form the block decoder's shuffles read: byte
+// b is in the set when bit ((b >> 4) & 7) of rows[b >> 7][b & 15] is set.
+struct ByteSet {
+  std::uint8_t rows[2][16];
+};
+
+// Byte sets for decoding sixteen bytes at a time (see block_sets).
+struct BlockSets {
+  ByteSet lead;    // bytes that begin two-byte characters and no longer ones
+  ByteSet single;  // one-byte characters other than 0
+  // The lead bytes are bytes from 0x80 up, the bytes 0x01..0x7F are
+  // one-byte characters, and no two-byte character has a second byte below
+  // 0x80 (EUC): the block decoder may then take every high byte for a lead
+  // (a high one-byte character, such as a C1 control, fails its block).
+  bool high_lead;
+};
+
 struct FastTables {
   // Bit (b0 << 8 | b1) is set when the bytes b0 b1 form a complete character.
   std::uint64_t pairs[1024];
   // For first byte b0: indexed by the second byte, the class table of the
   // node the two bytes lead to (kZeroTable where they lead to no node).
   const std::uint8_t* const* third[256];
-  // Non-zero once a complete pair has a second byte below 0x80 (never
-  // cleared): decoders that find the ends of pairs from high bits alone
-  // skip such code sets.
-  std::uint32_t low_second;
+  // Filled on first use by block_sets, which alone reads and writes
+  // block_state (atomically); insertion resets the state.
+  std::uint32_t block_state;
+  BlockSets block;
 };
 
 // Derived tables that match no character: stand-ins for readers of an
@@ -97,6 +114,13 @@ Err automaton_prepare(Automaton& a) noexcept;
 inline const FastTables& fast_tables(const Automaton& a) noexcept {
   return a.fast != nullptr ? *a.fast : kNoFast;
 }
+
+// The byte sets of the block decoder for `a`, or null when its code set
+// has no two-byte characters whose first byte begins nothing longer (or
+// no derived tables). Computed once and kept with the derived tables; safe
+// to call from several threads (a caller that finds them being computed
+// gets null and decodes without them).
+const BlockSets* block_sets(const Automaton& a) noexcept;
 
 // Whether the two bytes of `pair` (first byte high) form a complete character.
 inline bool fast_pair(const FastTables& f, std::uint32_t pair) noexcept {

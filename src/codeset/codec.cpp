@@ -219,16 +219,18 @@ template <bool Store>
 }
 
 #if defined(KW_BLOCK_DECODE)
-// Decoding sixteen bytes at a time, for code sets whose bytes below 0x80 are
-// one-byte characters and whose two-byte characters have both bytes from
-// 0x80 up (EUC). In such text every run of high bytes that begins at a
-// character boundary is a series of pairs, so the characters of a block
-// follow from the mask of high bits without a branch per character: mixed
-// text changes between ASCII words and two-byte runs every few bytes, and
-// per-character code mispredicts a branch at each change. Uses SSSE3
-// shuffles, chosen at run time; blocks that hold anything else (a zero
-// byte, a run of odd length, a lead of a longer character, a pair that is
-// no character) are left to the general loop.
+// Decoding sixteen bytes at a time, for code sets with two-byte characters
+// whose first bytes begin no longer character (the lead set: EUC's high
+// bytes, Shift_JIS's first bytes, those of Big5 and GBK). A character begins after every
+// byte outside the lead set that is not a second byte, so every run of lead
+// bytes begins at a character boundary and is a series of pairs; a run of
+// odd length ends on a first byte whose second byte is the next one. The
+// characters of a block thus follow from the mask of lead bytes without a
+// branch per character: mixed text changes between ASCII words and
+// two-byte runs every few bytes, and per-character code mispredicts a
+// branch at each change. Uses SSSE3 shuffles, chosen at run time; blocks
+// that hold anything else (a zero byte, a byte that begins a longer
+// character, a pair that is no character) are left to the general loop.
 
 // For the eight 16-bit slots of half a block and the mask of the slots that
 // are second bytes (dropped): the byte shuffle that packs the kept slots.
@@ -264,50 +266,83 @@ __attribute__((target("ssse3"))) inline unsigned pack_half(kw_wchar_t* out, __m1
   return kPack.kept[drop];
 }
 
-// Decodes blocks of sixteen bytes (seventeen when the last pair crosses)
-// from `s` while they succeed: at most `blocks` blocks, storing values at
-// `out` when `Store` (sixteen slots may be written per block). With
-// `Terminated` each block is read only when it does not cross a page (the
-// read may pass the terminator, whose zero byte then ends the run before
-// any value of it is used). A block of high bytes only is left to the
-// pair loop, which is faster on long runs of pairs. Returns the bytes
-// consumed; `chars` receives the values decoded, `failed` whether the run
-// ended on a block that cannot be decoded this way.
-template <bool Terminated, bool Store>
+// The 16-bit mask of the bytes of `v` in `set` (rows `r0`, `r1`), given
+// the low nibbles `lo`, each byte's bit (1 << ((b >> 4) & 7)) `bit` and the
+// bytes from 0x80 up `high`.
+__attribute__((target("ssse3"))) inline std::uint32_t in_set(__m128i r0, __m128i r1, __m128i lo, __m128i bit,
+                                                            __m128i high) noexcept {
+  const __m128i row = _mm_or_si128(_mm_andnot_si128(high, _mm_shuffle_epi8(r0, lo)),
+                                   _mm_and_si128(high, _mm_shuffle_epi8(r1, lo)));
+  return static_cast<std::uint32_t>(_mm_movemask_epi8(_mm_cmpeq_epi8(_mm_and_si128(row, bit), bit)));
+}
+
+// Decodes the blocks of sixteen bytes at `s`, `s` + 16, ... while they
+// succeed: at most `blocks` blocks, storing values at `out` when `Store`
+// (sixteen slots may be written per block). A pair may cross into the next
+// block, whose first byte is then a second byte (the carry); the blocks are
+// read at fixed offsets so that reading and classifying one need not wait
+// for the masks of the one before. `HighLead`: the code set's first bytes
+// are its bytes from 0x80 up and its one-byte characters those below (as in
+// EUC), so the high bits of the block are its lead mask and only a zero
+// byte can be a bad single. With `Terminated` each block is read only when
+// it does not cross a page (the read may pass the terminator, whose zero
+// byte then fails the block before any value of it is used). A block of
+// lead bytes only is left to the pair loop, which is faster on long runs of
+// pairs. Returns the bytes consumed; `chars` receives the values decoded,
+// `failed` whether the run ended on a block that cannot be decoded this way.
+template <bool Terminated, bool Store, bool HighLead>
 [[gnu::noinline]] __attribute__((target("ssse3"), no_sanitize_address)) std::size_t decode_blocks(
-    const FastTables& fast, kw_wchar_t* out, const std::uint8_t* s, std::size_t blocks, std::size_t& chars,
-    bool& failed) noexcept {
-  std::size_t used = 0;
-  failed = false;
+    const FastTables& fast, const BlockSets& sets, kw_wchar_t* out, const std::uint8_t* s, std::size_t blocks,
+    std::size_t& chars, bool& failed) noexcept {
   std::size_t n = 0;
+  std::size_t k = 0;
+  std::uint32_t carry = 0;
+  bool fail = false;
   const __m128i zero = _mm_setzero_si128();
   const __m128i bits = _mm_set1_epi64x(static_cast<long long>(0x8040201008040201u));
-  for (; blocks > 0; --blocks) {
-    const std::uint8_t* const b = s + used;
+  const auto row = [](const std::uint8_t* r) noexcept { return _mm_loadu_si128(reinterpret_cast<const __m128i*>(r)); };
+  const __m128i lead0 = row(sets.lead.rows[0]), lead1 = row(sets.lead.rows[1]);
+  const __m128i single0 = row(sets.single.rows[0]), single1 = row(sets.single.rows[1]);
+  // Each 16-bit lane's bit of a byte mask.
+  const __m128i lane_lo = _mm_setr_epi16(1, 2, 4, 8, 16, 32, 64, 128);
+  const __m128i lane_hi = _mm_setr_epi16(256, 512, 1024, 2048, 4096, 8192, 16384, -32768);
+  for (; k < blocks; ++k) {
+    const std::uint8_t* const b = s + 16 * k;
     if (Terminated && (reinterpret_cast<std::uintptr_t>(b) & 4095u) > 4096u - 32u) break;
     const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(b));
-    failed = true;
-    if (_mm_movemask_epi8(_mm_cmpeq_epi8(v, zero)) != 0) break;
-    const auto high = static_cast<std::uint32_t>(_mm_movemask_epi8(v));
-    if (high == 0xFFFFu) {
-      failed = false;
-      break;
+    std::uint32_t lead = 0;
+    std::uint32_t bad_single = 0;  // bytes that are no character by themselves
+    if constexpr (HighLead) {
+      lead = static_cast<std::uint32_t>(_mm_movemask_epi8(v));
+      bad_single = static_cast<std::uint32_t>(_mm_movemask_epi8(_mm_cmpeq_epi8(v, zero)));
+    } else {
+      const __m128i lo = _mm_and_si128(v, _mm_set1_epi8(0x0F));
+      const __m128i bit = _mm_shuffle_epi8(bits, _mm_and_si128(_mm_srli_epi16(v, 4), _mm_set1_epi8(0x07)));
+      const __m128i high = _mm_cmpgt_epi8(zero, v);
+      lead = in_set(lead0, lead1, lo, bit, high);
+      bad_single = ~in_set(single0, single1, lo, bit, high);
     }
-    // Runs of high bytes: those starting at an even position have their
-    // first bytes at even positions, the others at odd ones. Adding the
-    // start bit of a run clears the run, so the runs that begin at even
-    // positions are the high bits the addition clears.
-    const std::uint32_t starts = high & ~(high << 1);
-    const std::uint32_t even_runs = high & ~(high + (starts & 0x5555u));
-    const std::uint32_t first = (even_runs & 0x5555u) | (high & ~even_runs & 0xAAAAu);
-    const std::uint32_t second = high & ~first;
-    // A run ending on a first byte inside the block has an odd length.
-    const std::uint32_t ends = high & ~(high >> 1) & 0x7FFFu;
-    if ((ends & first) != 0) break;
+    fail = false;
+    if (lead == 0xFFFFu) break;
+    fail = true;
+    // Runs of lead bytes (after a carried second byte): those starting at
+    // an even position have their first bytes at even positions, the
+    // others at odd ones. Adding the start bit of a run clears the run, so
+    // the runs that begin at even positions are the lead bits the addition
+    // clears.
+    lead &= ~carry;
+    const std::uint32_t starts = lead & ~(lead << 1);
+    const std::uint32_t even_runs = lead & ~(lead + (starts & 0x5555u));
+    const std::uint32_t first = (even_runs & 0x5555u) | (lead & ~even_runs & 0xAAAAu);
+    // A run of odd length ends on a first byte; its second byte follows
+    // the run (byte 16, the next block's carry, when the run ends the block).
+    const std::uint32_t ends = lead & ~(lead >> 1);
+    const std::uint32_t second = (lead & ~first) | ((ends & first) << 1) | carry;
+    if ((~(first | second) & bad_single & 0xFFFFu) != 0) break;
     // Every pair must be a character.
     std::uint32_t bad = 0;
     std::uint32_t m = first;
-    for (unsigned k = 0; k < 8; ++k) {
+    for (unsigned q = 0; q < 8; ++q) {
       const unsigned p = static_cast<unsigned>(__builtin_ctz(m | 0x10000u));
       const std::uint32_t pair = p < 16 ? (std::uint32_t{b[p]} << 8) | b[p + 1] : 0x8080u;
       bad |= static_cast<std::uint32_t>(~(fast.pairs[pair >> 6] >> (pair & 63))) & (p < 16 ? 1u : 0u);
@@ -315,29 +350,28 @@ template <bool Terminated, bool Store>
     }
     if (bad != 0) break;
     if constexpr (Store) {
-      // Slot p: byte p alone, or bytes p and p + 1 high first when p is a
-      // first byte. Second bytes are dropped.
+      // Slot p: the pair (b[p] << 8) | b[p + 1] when p is a first byte,
+      // byte p alone otherwise. Second bytes are dropped.
       const __m128i next = _mm_loadu_si128(reinterpret_cast<const __m128i*>(b + 1));
-      // The first-byte mask as sixteen bytes: the low half from bits 0..7,
-      // the high half from bits 8..15.
-      const __m128i fmask = _mm_or_si128(
-          _mm_and_si128(_mm_set_epi64x(0, -1),
-                        _mm_cmpeq_epi8(_mm_and_si128(_mm_set1_epi8(static_cast<char>(first)), bits), bits)),
-          _mm_and_si128(_mm_set_epi64x(-1, 0),
-                        _mm_cmpeq_epi8(_mm_and_si128(_mm_set1_epi8(static_cast<char>(first >> 8)), bits), bits)));
-      const __m128i lo = _mm_or_si128(_mm_and_si128(fmask, next), _mm_andnot_si128(fmask, v));
-      const __m128i hi = _mm_and_si128(fmask, v);
-      const unsigned k0 = pack_half(out + n, _mm_unpacklo_epi8(lo, hi), second & 0xFFu);
-      const unsigned k1 = pack_half(out + n + k0, _mm_unpackhi_epi8(lo, hi), (second >> 8) & 0xFFu);
+      const __m128i f16 = _mm_set1_epi16(static_cast<short>(first));
+      const __m128i first_lo = _mm_cmpeq_epi16(_mm_and_si128(f16, lane_lo), lane_lo);
+      const __m128i first_hi = _mm_cmpeq_epi16(_mm_and_si128(f16, lane_hi), lane_hi);
+      const __m128i slots_lo = _mm_or_si128(_mm_and_si128(first_lo, _mm_unpacklo_epi8(next, v)),
+                                            _mm_andnot_si128(first_lo, _mm_unpacklo_epi8(v, zero)));
+      const __m128i slots_hi = _mm_or_si128(_mm_and_si128(first_hi, _mm_unpackhi_epi8(next, v)),
+                                            _mm_andnot_si128(first_hi, _mm_unpackhi_epi8(v, zero)));
+      const unsigned k0 = pack_half(out + n, slots_lo, second & 0xFFu);
+      const unsigned k1 = pack_half(out + n + k0, slots_hi, (second >> 8) & 0xFFu);
       n += k0 + k1;
     } else {
       n += kPack.kept[second & 0xFFu] + kPack.kept[(second >> 8) & 0xFFu];
     }
-    used += 16 + (first >> 15);
-    failed = false;
+    carry = second >> 16;
+    fail = false;
   }
+  failed = fail;
   chars = n;
-  return used;
+  return 16 * k + carry;
 }
 
 bool cpu_has_ssse3() noexcept {
@@ -366,10 +400,11 @@ Result<int> decode_loop(const Automaton& a, kw_wchar_t* out, const std::uint8_t*
   // Decodes one character at `s` (at most `left` bytes) into `value`.
   const FastTables& fast = fast_tables(a);
 #if defined(KW_BLOCK_DECODE)
-  // Blocks suit EUC-style code sets (second bytes with the high bit set,
-  // characters of at most three bytes); UTF-8's runs of three-byte
-  // characters would only ever be handed back, so it keeps the scalar loops.
-  bool blocks = a.fast != nullptr && fast.low_second == 0 && a.longest <= 3 && cpu_has_ssse3();
+  // Blocks suit code sets of two-byte characters with at most a few longer
+  // ones; UTF-8's runs of three-byte characters would only ever be handed
+  // back, so it keeps the scalar loops.
+  const BlockSets* const sets = a.longest <= 3 && cpu_has_ssse3() ? block_sets(a) : nullptr;
+  bool blocks = sets != nullptr;
   int failed_blocks = 0;
 #endif
   auto one = [&](std::size_t left, std::uint32_t& value) noexcept -> Err {
@@ -426,14 +461,16 @@ Result<int> decode_loop(const Automaton& a, kw_wchar_t* out, const std::uint8_t*
       // wait for.
 #if defined(KW_BLOCK_DECODE)
       if (blocks && count - i >= 48 && (Terminated || end - s >= 48)) {
-        // Room for three blocks of values: sixteen slots each, and the
-        // seventeenth byte of a block is inside the counted bytes.
+        // Room for three blocks of values: sixteen slots each, and the byte
+        // after the last block is inside the counted bytes.
         std::size_t chars = 0;
         const std::size_t nblocks = static_cast<std::size_t>(count - i - 16) / 16;
-        const std::size_t limit = Terminated ? nblocks : std::min(nblocks, static_cast<std::size_t>(end - s - 1) / 17);
+        const std::size_t limit = Terminated ? nblocks : std::min(nblocks, static_cast<std::size_t>(end - s - 1) / 16);
         bool failed = false;
-        const std::size_t used =
-            decode_blocks<Terminated, Store>(fast, out + (Store ? i : 0), s, limit, chars, failed);
+        kw_wchar_t* const to = out + (Store ? i : 0);
+        const std::size_t used = sets->high_lead
+                                     ? decode_blocks<Terminated, Store, true>(fast, *sets, to, s, limit, chars, failed)
+                                     : decode_blocks<Terminated, Store, false>(fast, *sets, to, s, limit, chars, failed);
         s += used;
         i += static_cast<int>(chars);
         if (used != 0) continue;

@@ -208,5 +208,42 @@ TEST_F(AutomatonTest, PreparedFastTablesMatchThoseKeptByInsertion) {
   EXPECT_FALSE(fast_pair(*a_->fast, 0xA1A2));
 }
 
+// The block decoder's byte sets follow the characters inserted, including
+// insertions after the sets were first computed.
+TEST_F(AutomatonTest, BlockSetsFollowInsertion) {
+  make(0);
+  const auto in = [](const ByteSet& set, unsigned b) { return ((set.rows[b >> 7][b & 15] >> ((b >> 4) & 7)) & 1) != 0; };
+  ASSERT_EQ(insert({0x41}), Err::None);
+  EXPECT_EQ(block_sets(*a_), nullptr) << "no two-byte characters";
+  ASSERT_EQ(insert({0xA1}), Err::None);
+  ASSERT_EQ(insert({0x81, 0x40}), Err::None);
+  ASSERT_EQ(insert({0xE0, 0x80}), Err::None);
+  const BlockSets* sets = block_sets(*a_);
+  ASSERT_NE(sets, nullptr);
+  for (unsigned b = 0; b < 256; ++b) {
+    EXPECT_EQ(in(sets->lead, b), b == 0x81 || b == 0xE0) << b;
+    EXPECT_EQ(in(sets->single, b), b == 0x41 || b == 0xA1) << b;
+  }
+  EXPECT_FALSE(sets->high_lead) << "not every ASCII byte is a character";
+  // A three-byte character takes its first byte out of the lead set.
+  ASSERT_EQ(insert({0xE0, 0x81, 0x82}), Err::None);
+  sets = block_sets(*a_);
+  ASSERT_NE(sets, nullptr);
+  EXPECT_TRUE(in(sets->lead, 0x81));
+  EXPECT_FALSE(in(sets->lead, 0xE0));
+
+  // EUC-like: ASCII, high pairs, a high one-byte character (a C1 control)
+  // keeps the high-bit form; a second byte below 0x80 ends it.
+  automaton_release(a_);
+  make(0);
+  for (unsigned b = 0; b < 0x80; ++b) ASSERT_EQ(insert({static_cast<std::uint8_t>(b)}), Err::None);
+  ASSERT_EQ(insert({0x85}), Err::None);
+  ASSERT_EQ(insert({0xA4, 0xA2}), Err::None);
+  ASSERT_TRUE(block_sets(*a_) != nullptr && block_sets(*a_)->high_lead);
+  ASSERT_EQ(insert({0xA4, 0x41}), Err::None);
+  ASSERT_TRUE(block_sets(*a_) != nullptr);
+  EXPECT_FALSE(block_sets(*a_)->high_lead);
+}
+
 }  // namespace
 }  // namespace kw::codeset
