@@ -322,9 +322,9 @@ template <bool Terminated, bool Store, bool HighLead>
       lead = in_set(lead0, lead1, lo, bit, high);
       bad_single = ~in_set(single0, single1, lo, bit, high);
     }
-    fail = false;
+    // A block of lead bytes only is left to the pair loop, which is faster
+    // on long runs of pairs.
     if (lead == 0xFFFFu) break;
-    fail = true;
     // Runs of lead bytes (after a carried second byte): those starting at
     // an even position have their first bytes at even positions, the
     // others at odd ones. Adding the start bit of a run clears the run, so
@@ -338,6 +338,7 @@ template <bool Terminated, bool Store, bool HighLead>
     // the run (byte 16, the next block's carry, when the run ends the block).
     const std::uint32_t ends = lead & ~(lead >> 1);
     const std::uint32_t second = (lead & ~first) | ((ends & first) << 1) | carry;
+    fail = true;
     if ((~(first | second) & bad_single & 0xFFFFu) != 0) break;
     // Every pair must be a character.
     std::uint32_t bad = 0;
@@ -406,6 +407,10 @@ Result<int> decode_loop(const Automaton& a, kw_wchar_t* out, const std::uint8_t*
   const BlockSets* const sets = a.longest <= 3 && cpu_has_ssse3() ? block_sets(a) : nullptr;
   bool blocks = sets != nullptr;
   int failed_blocks = 0;
+  // Whether the last run of pairs was long: text of long runs between
+  // rare ASCII words goes faster through the pair and ASCII loops, so
+  // blocks wait for a short run.
+  bool long_pairs = false;
 #endif
   auto one = [&](std::size_t left, std::uint32_t& value) noexcept -> Err {
     const std::uint8_t b = s[0];
@@ -460,7 +465,7 @@ Result<int> decode_loop(const Automaton& a, kw_wchar_t* out, const std::uint8_t*
       // dependent operations that runs of multibyte characters need not
       // wait for.
 #if defined(KW_BLOCK_DECODE)
-      if (blocks && count - i >= 48 && (Terminated || end - s >= 48)) {
+      if (blocks && !long_pairs && count - i >= 48 && (Terminated || end - s >= 48)) {
         // Room for three blocks of values: sixteen slots each, and the byte
         // after the last block is inside the counted bytes.
         std::size_t chars = 0;
@@ -502,6 +507,9 @@ Result<int> decode_loop(const Automaton& a, kw_wchar_t* out, const std::uint8_t*
         const std::size_t n = decode_pair_run<Store>(fast, out + (Store ? i : 0), s, limit);
         i += static_cast<int>(n);
         s += 2 * n;
+#if defined(KW_BLOCK_DECODE)
+        long_pairs = n >= 8;
+#endif
       }
       if (s != run) continue;
       std::uint32_t value = 0;
