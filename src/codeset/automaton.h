@@ -38,10 +38,6 @@ struct Node {
   Node** children;           // next_child pointers (grown as needed), or null
 };
 
-// Tables derived from the node graph for the codec's fast paths, owned by
-// the automaton. automaton_insert keeps them in step with the nodes;
-// automata whose nodes are built elsewhere get them from automaton_prepare.
-// Absent (null) until then, and readers fall back to the general walk.
 // A set of byte values in the form the block decoder's shuffles read: byte
 // b is in the set when bit ((b >> 4) & 7) of rows[b >> 7][b & 15] is set.
 struct ByteSet {
@@ -59,6 +55,10 @@ struct BlockSets {
   bool high_lead;
 };
 
+// Tables derived from the node graph for the codec's fast paths, owned by
+// the automaton. automaton_insert keeps them in step with the nodes;
+// automata whose nodes are built elsewhere get them from automaton_prepare.
+// Absent (null) until then, and readers fall back to the general walk.
 struct FastTables {
   // Bit (b0 << 8 | b1) is set when the bytes b0 b1 form a complete character.
   std::uint64_t pairs[1024];

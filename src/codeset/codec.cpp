@@ -297,6 +297,9 @@ template <bool Terminated, bool Store, bool HighLead>
   std::size_t n = 0;
   std::size_t k = 0;
   std::uint32_t carry = 0;
+  // Stored to `failed` once at the end: the compiler must assume a store
+  // through the reference may change the bytes read, and would keep it in
+  // memory inside the loop.
   bool fail = false;
   const __m128i zero = _mm_setzero_si128();
   const __m128i bits = _mm_set1_epi64x(static_cast<long long>(0x8040201008040201u));
