@@ -443,6 +443,28 @@ KW_API kw_lconv *KW_CALL kw_localeconv(kw_locale *handle);
 KW_API int KW_CALL kw_mb_loc_max(kw_locale *handle);
 KW_API int KW_CALL kw_mb_loc_min(kw_locale *handle);
 
+/* ==== Classification and case =========================================== */
+
+/* ==== String operations ================================================= */
+
+/* ==== Display width ===================================================== */
+
+/* ==== Character streams ================================================= */
+
+/* ==== Collation ========================================================= */
+
+/* ==== Integers and decimals ============================================= */
+
+/* ==== Number formatting and parsing ===================================== */
+
+/* ==== Money ============================================================= */
+
+/* ==== Time formatting and parsing ======================================= */
+
+/* ==== Time information, century and calendars =========================== */
+
+/* ==== Conversion objects and engine ===================================== */
+
 #ifdef __cplusplus
 }
 #endif

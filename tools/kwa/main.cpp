@@ -1,6 +1,4 @@
-// The kwa command: "kwa info [SPEC]" prints the information items and the
-// conventions of a locale in the manner of "locale -k LC_ALL"; "kwa paths"
-// prints the library version and the directories searched for objects.
+// The kwa command: dispatches to the subcommands of commands.cpp.
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -8,44 +6,10 @@
 #include <string>
 #include <system_error>
 
-#include "frame/lookup.h"
+#include "commands.h"
 #include "frame/platform.h"
-#include "kwa.h"
-#include "locale/info.h"
 
 namespace {
-
-bool print_dir(void*, const char* dir, bool fits) noexcept {
-  std::printf("    %s%s\n", dir, fits ? "" : " (too long, skipped)");
-  return false;
-}
-
-int paths() {
-  std::printf("kwa library %s (object formats: charmap %s, locale %s, conversion %s)\n", kw_version(),
-              kw_cm_version(), kw_lc_version(), kw_cv_version());
-  const char* path = kw_ext_getenv("KW_PATH");
-  const char* install = kw_ext_getenv("KESTAVORDIR");
-  if (path != nullptr && path[0] != '\0') {
-    std::printf("Object files are looked for along KW_PATH=%s\n", path);
-  } else if (install != nullptr && install[0] != '\0') {
-    std::printf("Object files are looked for under KESTAVORDIR=%s\n", install);
-  } else {
-    std::printf("Object files are looked for under the installation directory\n");
-  }
-  struct Kind {
-    const char* what;
-    const char* kind;
-    const char* version;
-  };
-  const Kind kinds[] = {{"charmap objects (.cmo)", "cm", kw_cm_version()},
-                        {"locale objects (.lco)", "lc", kw_lc_version()},
-                        {"conversion objects (.cvo)", "cv", kw_cv_version()}};
-  for (const Kind& k : kinds) {
-    std::printf("  %s:\n", k.what);
-    kw::frame::visit_search_dirs(k.kind, k.version, &print_dir, nullptr);
-  }
-  return 0;
-}
 
 bool is_set(const char* name) {
   const char* v = std::getenv(name);
@@ -69,161 +33,26 @@ void default_to_build_tree() {
 #endif
 }
 
-// Bytes of a category string: up to its first run of four zero bytes.
-std::size_t string_bytes(const char* s) {
-  std::size_t n = 0;
-  while (!(s[n] == 0 && s[n + 1] == 0 && s[n + 2] == 0 && s[n + 3] == 0)) ++n;
-  return n;
-}
-
-// name="value": bytes as they are, control bytes and quotes escaped.
-void print_value(const char* name, const char* s, std::size_t n) {
-  std::printf("%s=\"", name);
-  for (std::size_t i = 0; i < n; ++i) {
-    const auto c = static_cast<unsigned char>(s[i]);
-    if (c == '"' || c == '\\') std::printf("\\%c", c);
-    else if (c == '\n') std::printf("\\n");
-    else if (c < 0x20 || c == 0x7F) std::printf("\\x%02x", c);
-    else std::putchar(c);
-  }
-  std::printf("\"\n");
-}
-
-void print_string(const char* name, const char* s) {
-  if (s != nullptr) print_value(name, s, string_bytes(s));
-}
-
-void print_grouping(const char* name, const char* g) {
-  std::printf("%s=", name);
-  if (g == nullptr) std::printf("-1");
-  for (const char* p = g; p != nullptr && *p != '\0'; ++p)
-    std::printf("%s%d", p == g ? "" : ";", static_cast<int>(static_cast<signed char>(*p)));
-  std::printf("\n");
-}
-
-void print_conventions(kw_locale* h) {
-  const kw_lconv* c = kw_localeconv(h);
-  print_string("decimal_point", c->decimal_point);
-  print_string("thousands_sep", c->thousands_sep);
-  print_grouping("grouping", c->grouping);
-  print_string("int_curr_symbol", c->int_curr_symbol);
-  print_string("currency_symbol", c->currency_symbol);
-  print_string("mon_decimal_point", c->mon_decimal_point);
-  print_string("mon_thousands_sep", c->mon_thousands_sep);
-  print_grouping("mon_grouping", c->mon_grouping);
-  print_string("positive_sign", c->positive_sign);
-  print_string("negative_sign", c->negative_sign);
-  print_string("num_positive_sign", c->num_positive_sign);
-  print_string("num_negative_sign", c->num_negative_sign);
-  const struct {
-    const char* name;
-    char value;
-  } numbers[] = {{"int_frac_digits", c->int_frac_digits}, {"frac_digits", c->frac_digits},
-                 {"p_cs_precedes", c->p_cs_precedes},     {"p_sep_by_space", c->p_sep_by_space},
-                 {"n_cs_precedes", c->n_cs_precedes},     {"n_sep_by_space", c->n_sep_by_space},
-                 {"p_sign_posn", c->p_sign_posn},         {"n_sign_posn", c->n_sign_posn}};
-  for (const auto& n : numbers) std::printf("%s=%d\n", n.name, static_cast<int>(static_cast<signed char>(n.value)));
-}
-
-void print_items(kw_locale* h) {
-  char* all = kw_setlocale_4(h, KW_ALL, nullptr);
-  if (all != nullptr) print_value("locale", all, std::strlen(all));
-  kw_destroystring(all);
-  for (int item = 0; item <= kw::locale::kLastItem; ++item) {
-    const char* s = kw_nl_langinfo(h, item);
-    const bool beyond = *kw_ext_errno(h) == KW_EINVAL;  // a month beyond the set's count
-    *kw_ext_errno(h) = 0;
-    if (beyond) continue;
-    if (s == nullptr) {
-      print_value(kw::locale::item_name(item), "", 0);
-      continue;
-    }
-    // The code-set and calendar names are plain terminated strings.
-    const bool plain = item == 60 || item == 73;
-    print_value(kw::locale::item_name(item), s, plain ? std::strlen(s) : string_bytes(s));
-  }
-  std::printf("mb_cur_max=%d\n", kw_mb_loc_max(h));
-  std::printf("mb_cur_min=%d\n", kw_mb_loc_min(h));
-  print_conventions(h);
-}
-
-const char* error_text(std::uint32_t e) {
-  switch (e) {
-    case KW_ENOMEM: return "out of memory";
-    case KW_ENOFILE: return "no locale object found (or a malformed string in one)";
-    case KW_EBADINDEX: return "a grouping of more than 15 values";
-    case KW_EKEYLEN: return "a character of more than 4 bytes";
-    case KW_ECALENDAR: return "an unknown calendar";
-    case KW_EBADTYPE: return "not a locale object (or a malformed one)";
-    case KW_EBADVERSION: return "locale object of another format version";
-    case KW_ECSMISMATCH: return "its categories use different code sets";
-    case KW_ELOADFAIL: return "a category could not be read";
-    case KW_ENOCHARS: return "its character set is empty";
-    case KW_ECATCODESET: return "a category's code set differs from the character set's";
-    default: return "the locale object could not be read";
-  }
-}
-
-int info(const char* spec) {
-  kw_locale* h = nullptr;
-  if (spec == nullptr) {
-    // The locale that the environment selects (KW_ALL, KW_<category>,
-    // KW_LANG), else default.lco.
-    if (kw_create_null_locale_4(&h) != 0) {
-      std::fprintf(stderr, "kwa: out of memory\n");
-      return 1;
-    }
-    char* s = kw_setlocale_4(h, KW_ALL, "");
-    if (s == nullptr) {
-      std::fprintf(stderr, "kwa: cannot load the locale the environment selects: %s (error %u)\n",
-                   error_text(*kw_ext_errno(h)), *kw_ext_errno(h));
-      kw_lc_unload(h);
-      return 1;
-    }
-    kw_destroystring(s);
-  } else {
-    // "C" and "POSIX" name the default locale object.
-    if (std::strcmp(spec, "C") == 0 || std::strcmp(spec, "POSIX") == 0) spec = "default.lco";
-    char fname[KW_LC_FNAME_SIZE];
-    const bool is_spec = kw_lc_spec2lc_fname(nullptr, spec, fname, nullptr, nullptr) == 0;
-    const std::size_t n = std::strlen(spec);
-    const bool is_file = n > 4 && std::strcmp(spec + n - 4, ".lco") == 0;
-    if (!is_spec && !is_file && std::strcmp(spec, "native") != 0) {
-      std::fprintf(stderr,
-                   "kwa: bad locale specification \"%s\" (expected ll_TT.codeset[@modifier], "
-                   "KW_<CATEGORY> = ... entries, or a .lco file name)\n",
-                   spec);
-      return 2;
-    }
-    const int r = kw_lc_load(&h, spec, nullptr, nullptr);
-    const std::uint32_t e = *kw_ext_errno(h);
-    if (r != 0 && e != KW_ECSMISMATCH) {
-      std::fprintf(stderr, "kwa: cannot load locale \"%s\"%s%s%s: %s (error %u)\n", spec,
-                   is_spec ? " (" : "", is_spec ? fname : "", is_spec ? ")" : "", error_text(e), e);
-      kw_lc_unload(h);
-      return 1;
-    }
-    if (e == KW_ECSMISMATCH) std::fprintf(stderr, "kwa: warning: %s\n", error_text(e));
-  }
-  print_items(h);
-  kw_lc_unload(h);
-  return 0;
-}
-
 void usage() {
-  std::fprintf(stderr,
-               "usage: kwa info [SPEC]   information items and conventions of a locale\n"
-               "                         (SPEC: ll_TT.codeset[@mod], a .lco file, C or POSIX;\n"
-               "                         none: the locale KW_ALL, KW_<CATEGORY> or KW_LANG selects)\n"
-               "       kwa paths         library version and object search directories\n");
+  const char* lead = "usage: ";
+  for (const kwa_cmd::Command* c = kwa_cmd::kCommands; c->name != nullptr; ++c) {
+    std::fprintf(stderr, "%s%s\n", lead, c->usage);
+    lead = "       ";
+  }
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
   default_to_build_tree();
-  if (argc >= 2 && std::strcmp(argv[1], "info") == 0 && argc <= 3) return info(argc == 3 ? argv[2] : nullptr);
-  if (argc == 2 && std::strcmp(argv[1], "paths") == 0) return paths();
+  if (argc >= 2) {
+    for (const kwa_cmd::Command* c = kwa_cmd::kCommands; c->name != nullptr; ++c) {
+      if (std::strcmp(argv[1], c->name) != 0) continue;
+      const int status = c->run(argc - 2, argv + 2);
+      if (status == 2) usage();
+      return status;
+    }
+  }
   usage();
   return 2;
 }
